@@ -14,11 +14,13 @@ all: build
 deps:
 	@tools/deps.sh base i386
 
-build-%:
+CONFIGS = x86_64 i386 asan tsan
+
+$(addprefix build-,$(CONFIGS)): build-%:
 	cmake -S . -B build/$* $(CONF_$*) -DCMAKE_BUILD_TYPE=$(if $(findstring asan,$*),Debug,RelWithDebInfo) >/dev/null
 	cmake --build build/$* -j$(JOBS)
 
-test-%: build-%
+$(addprefix test-,$(CONFIGS)): test-%: build-%
 	cd build/$* && $(CTEST)
 
 build: deps build-x86_64 build-i386
