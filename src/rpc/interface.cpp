@@ -244,77 +244,25 @@ void CInterface::Unpack(CStr& v)
     UnpackChars(v);
 }
 
-char* CInterface::Unpack(char* p)
-{
-    if (!CheckPType(TAG_PCHAR, 1, p))
-        return nullptr;
-    *p = static_cast<char>(GetByte());
-    return p;
-}
+// The pointer forms: the value is stored only when the peer sent one and there is a target.
+#define KV_UNPACK_REF(T, tag, size, store)              \
+    T* CInterface::Unpack(T* p)                         \
+    {                                                   \
+        if (!CheckPType(tag, size, p))                  \
+            return nullptr;                             \
+        store;                                          \
+        return p;                                       \
+    }
 
-bool* CInterface::Unpack(bool* p)
-{
-    if (!CheckPType(TAG_PBOOL, 1, p))
-        return nullptr;
-    *p = GetByte() != 0;
-    return p;
-}
-
-short* CInterface::Unpack(short* p)
-{
-    if (!CheckPType(TAG_PSHORT, 2, p))
-        return nullptr;
-    *p = static_cast<short>(GetWord());
-    return p;
-}
-
-long* CInterface::Unpack(long* p)
-{
-    if (!CheckPType(TAG_PLONG, 4, p))
-        return nullptr;
-    *p = static_cast<int32_t>(GetLong());
-    return p;
-}
-
-double* CInterface::Unpack(double* p)
-{
-    if (!CheckPType(TAG_PDOUBLE, 8, p))
-        return nullptr;
-    *p = GetDouble();
-    return p;
-}
-
-long long* CInterface::Unpack(long long* p)
-{
-    if (!CheckPType(TAG_PLONGLONG, 8, p))
-        return nullptr;
-    *p = static_cast<long long>(GetLongLong());
-    return p;
-}
-
-CCur* CInterface::Unpack(CCur* p)
-{
-    if (!CheckPType(TAG_PCUR, 8, p))
-        return nullptr;
-    p->SetValue(static_cast<int64_t>(GetLongLong()));
-    return p;
-}
-
-CDate* CInterface::Unpack(CDate* p)
-{
-    if (!CheckPType(TAG_PDATE, 8, p))
-        return nullptr;
-    p->SetTicks(GetLongLong());
-    return p;
-}
-
-CStr* CInterface::Unpack(CStr* p)
-{
-    if (!CheckPType(TAG_PSTR, 2, p))
-        return nullptr;
-    UnpackChars(*p);
-    return p;
-}
+KV_UNPACK_REF(char, TAG_PCHAR, 1, *p = static_cast<char>(GetByte()))
+KV_UNPACK_REF(bool, TAG_PBOOL, 1, *p = GetByte() != 0)
+KV_UNPACK_REF(short, TAG_PSHORT, 2, *p = static_cast<short>(GetWord()))
+KV_UNPACK_REF(long, TAG_PLONG, 4, *p = static_cast<int32_t>(GetLong()))
+KV_UNPACK_REF(double, TAG_PDOUBLE, 8, *p = GetDouble())
+KV_UNPACK_REF(long long, TAG_PLONGLONG, 8, *p = static_cast<long long>(GetLongLong()))
+KV_UNPACK_REF(CCur, TAG_PCUR, 8, p->SetValue(static_cast<int64_t>(GetLongLong())))
+KV_UNPACK_REF(CDate, TAG_PDATE, 8, p->SetTicks(GetLongLong()))
+KV_UNPACK_REF(CStr, TAG_PSTR, 2, UnpackChars(*p))
 
 void* CInterface::Unpack(void* block, int capacity)
 {

@@ -3,18 +3,8 @@
 
 namespace {
 
-struct Rig {
-    CTempDir dir;
-    CTestProcess proc{dir};
-    CFakeLink link{&proc};
-    CITest client{&proc, &link, kClientId};
-    CTestServer server{&proc};
-    Rig()
-    {
-        server.Objects().Add(new CPhyObject(7, 1, CStr("seven"), &proc));
-        server.Serve(link);
-    }
-    const TIMsg& Last() const { return link.sent.back(); }
+struct Rig : CRig {
+    Rig() { server.Objects().Add(new CPhyObject(7, 1, CStr("seven"), &proc)); }
 };
 
 }  // namespace
@@ -116,6 +106,8 @@ TEST(MethodCall, FlagSkipOneWayAndDraining)
     EXPECT_EQ(6, r.client.Set(7, 1, CStr(""), short{0}));
     junkReply(0, 0);
     EXPECT_EQ(-11, r.client.Set(7, 1, CStr(""), short{0}));
+    junkReply(1, 0);
+    EXPECT_EQ(-11, r.client.Authorise(7));   // not a flag-skip row: the body is read
 
     r.server.Serve(r.link);
     EXPECT_EQ(0, r.client.Report(7, short{1}, CCur::FromRaw(5)));
@@ -159,13 +151,18 @@ TEST(MethodCall, RetriesTheSameRequestAfterAReconnect)
 {
     Rig r;
     int seen = 0;
-    r.link.peer = [&](TIMsg& m) {   // the first request is lost
-        if (seen++)
+    r.link.peer = [&](TIMsg& m) {   // the first request is lost; a PING is read over it
+        if (seen++) {
             ProcessAndPush(r.server, r.link, m);
+            return;
+        }
+        TIMsg ping{};
+        ping.h.kind = 1, ping.h.function = 1, ping.h.flag = MFTN_PING;
+        r.link.Push(ping);
     };
     EXPECT_EQ(0, r.client.Authorise(7));
-    ASSERT_EQ(2u, r.link.sent.size());
-    EXPECT_EQ(0, std::memcmp(&r.link.sent[0], &r.link.sent[1], r.link.sent[0].WireSize()));
+    ASSERT_EQ(3u, r.link.sent.size());   // request, PONG, request
+    EXPECT_EQ(0, std::memcmp(&r.link.sent[0], &r.link.sent[2], r.link.sent[0].WireSize()));
     EXPECT_EQ(1, r.proc.reconnects);
 
     r.link.failWrites = 100;

@@ -250,3 +250,14 @@ inline long CTestServer::ProcessCall(short function, CIObject* object, CSocket*)
         return r;
     Throw(BAD_FUNCTION_RESULT, __LINE__, "ProcessCall");
 }
+
+// A client proxy and a serving interface joined by a fake link.
+struct CRig {
+    CTempDir dir;
+    CTestProcess proc{dir};
+    CFakeLink link{&proc};
+    CITest client{&proc, &link, kClientId};
+    CTestServer server{&proc};
+    CRig() { server.Serve(link); }
+    const TIMsg& Last() const { return link.sent.back(); }
+};
