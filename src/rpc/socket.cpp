@@ -145,6 +145,16 @@ bool CSocket::SetSocketOptions() {
     return true;
 }
 
+// IPv4; stream over TCP for type 1, datagram over UDP otherwise.
+bool CSocket::NewDescriptor() {
+    bool stream = _type == 1;
+    _fd = socket(AF_INET, stream ? SOCK_STREAM : SOCK_DGRAM, stream ? IPPROTO_TCP : IPPROTO_UDP);
+    if (_fd >= 0) return true;
+    SaveError(__LINE__, kFile);
+    _fd = -1;
+    return false;
+}
+
 bool CSocket::Open() {
     Close();
     _lastError = 0;
@@ -152,13 +162,8 @@ bool CSocket::Open() {
     if (_host.Length() == 0) return false;
     KV_TRACE(_parent, "Opening port %d on %s", _port, static_cast<char*>(_host));
 
+    if (!NewDescriptor()) return false;
     bool stream = _type == 1;
-    _fd = socket(AF_INET, stream ? SOCK_STREAM : SOCK_DGRAM, stream ? IPPROTO_TCP : IPPROTO_UDP);
-    if (_fd < 0) {
-        SaveError(__LINE__, kFile);
-        _fd = -1;
-        return false;
-    }
     addrinfo hints{};
     hints.ai_family = AF_INET;
     hints.ai_socktype = stream ? SOCK_STREAM : SOCK_DGRAM;
@@ -534,13 +539,8 @@ bool CServerSocket::Open() {
     Close();
     _lastError = 0;
     _synchronous = 1;
+    if (!NewDescriptor()) return false;
     bool stream = _type == 1;
-    _fd = socket(AF_INET, stream ? SOCK_STREAM : SOCK_DGRAM, stream ? IPPROTO_TCP : IPPROTO_UDP);
-    if (_fd < 0) {
-        SaveError(__LINE__, kFile);
-        _fd = -1;
-        return false;
-    }
     int one = 1;
     if (setsockopt(_fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one) < 0) {
         SaveError(__LINE__, kFile);

@@ -91,6 +91,8 @@ public:
     CParent _parent;
 
 protected:
+    bool NewDescriptor();
+
     int _fd;
     int _lastError;
     int _synchronous;

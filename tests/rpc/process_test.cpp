@@ -35,6 +35,14 @@ public:
     long PortManagement(CSocket*, TPort, uint8_t, long) override { return 0; }
 };
 
+void ExpectManagement(int fd, uint8_t code, uint32_t source) {
+    TIMsgHeader h;
+    ASSERT_TRUE(ReadHeader(fd, &h));
+    EXPECT_EQ(h.function, 1);
+    EXPECT_EQ(h.flag, code);
+    EXPECT_EQ(h.source, source);
+}
+
 // Accepts one connection on a listener, waiting up to a second.
 int AcceptOne(CServerSocket& listener) {
     for (int i = 0; i < 100; ++i) {
@@ -205,32 +213,21 @@ TEST(CClientProcessSockets, ConnectAndDestroySendTheManagementSequence) {
     ASSERT_GE(eventsFd, 0);
 
     client->ConnectSockets();
-    TIMsgHeader h;
-    ASSERT_TRUE(ReadHeader(eventsFd, &h));
-    EXPECT_EQ(h.flag, MFTN_CONNECT);
-    EXPECT_EQ(h.source, 21u);
-    ASSERT_TRUE(ReadHeader(callFd, &h));
-    EXPECT_EQ(h.flag, MFTN_EVENTS);
-    EXPECT_EQ(h.source, 21u);
+    ExpectManagement(eventsFd, MFTN_CONNECT, 21);
+    ExpectManagement(callFd, MFTN_EVENTS, 21);
 
     // What waits on the events socket is served without blocking.
     TIMsgHeader pings[] = {Management(MFTN_PING, 1, 2), Management(MFTN_PING, 3, 4)};
     ASSERT_TRUE(WriteAll(eventsFd, pings, sizeof pings));
     usleep(20000);
     EXPECT_EQ(client->ProcessEvents(), 0);
-    ASSERT_TRUE(ReadHeader(eventsFd, &h));
-    EXPECT_EQ(h.source, 2u);
-    ASSERT_TRUE(ReadHeader(eventsFd, &h));
-    EXPECT_EQ(h.source, 4u);
+    ExpectManagement(eventsFd, MFTN_PONG, 2);
+    ExpectManagement(eventsFd, MFTN_PONG, 4);
 
     delete client;
-    ASSERT_TRUE(ReadHeader(eventsFd, &h));
-    EXPECT_EQ(h.flag, MFTN_DISCONNECT);
-    EXPECT_EQ(h.source, 21u);
-    ASSERT_TRUE(ReadHeader(callFd, &h));
-    EXPECT_EQ(h.flag, MFTN_EVENTS);
-    ASSERT_TRUE(ReadHeader(callFd, &h));
-    EXPECT_EQ(h.flag, MFTN_DISCONNECT);
+    ExpectManagement(eventsFd, MFTN_DISCONNECT, 21);
+    ExpectManagement(callFd, MFTN_EVENTS, 21);
+    ExpectManagement(callFd, MFTN_DISCONNECT, 21);
     close(callFd);
     close(eventsFd);
 }
