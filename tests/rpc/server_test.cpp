@@ -1,7 +1,10 @@
 // CServerProcess: accepting, pairing, serving, dropping broken clients, shutdown.
+#include <atomic>
 #include <set>
+#include <thread>
 
 #include "net_fixture.h"
+#include "rpc/serverif.h"
 
 using namespace kvtest;
 
@@ -136,4 +139,70 @@ TEST(CServerProcess, ReconnectReplacesOldSocketsAndShutdownReachesEveryone) {
         EXPECT_EQ(c->logoffs, 1);
         EXPECT_FALSE(c->Running());
     }
+}
+
+namespace {
+
+// Interface type 4 on both sides: the generic functions only.
+class CountProxy : public CClientInterface {
+public:
+    using CClientInterface::CClientInterface;
+    uint16_t ObjectType() const override { return IF_PUMP; }
+    uint16_t InterfaceVersion() const override { return 0; }
+};
+
+class CountServed : public CServerInterface<CIObject> {
+public:
+    CountServed(CProcess* p, long ownId, int objects) : CServerInterface<CIObject>(p, nullptr, ownId) {
+        const char* names[] = {"a", "b", "c"};
+        for (int i = 0; i < objects; ++i) Objects().Add(new CPhyObject(i + 1, 10 * (i + 1), CStr(names[i % 3]), p));
+    }
+    uint16_t ObjectType() const override { return IF_PUMP; }
+    uint16_t InterfaceVersion() const override { return 0; }
+    long ProcessCall(short, CIObject*, CSocket*) override { Throw(BAD_FUNCTION_RESULT, __LINE__, "ProcessCall"); }
+};
+
+}  // namespace
+
+TEST(CServerProcessCalls, ClientCallsAreServedAndAnsweredOnTheCallSocket) {
+    ServerFixture f;
+    f.server.AddInterface(new CountServed(&f.server, 0, 3));
+    std::atomic<bool> stop{false};
+    std::thread serverThread([&] {
+        while (!stop) f.server.RunOnce(10);
+    });
+
+    auto client = f.Client(7);
+    CountProxy proxy(client.get(), client->CallSocket(), 7);
+    long n = 0, id = 0;
+    EXPECT_EQ(proxy.Count(&n), 0);
+    EXPECT_EQ(n, 3);
+    EXPECT_EQ(proxy.New(40, 4, CStr("d")), 0);
+    EXPECT_EQ(proxy.New(40, 4, CStr("d")), EXISTS_RESULT);
+    EXPECT_EQ(proxy.Count(&n), 0);
+    EXPECT_EQ(n, 4);
+    EXPECT_EQ(proxy.GetIDByName(CStr("b"), &id), 0);
+    EXPECT_EQ(id, 2);
+    EXPECT_EQ(proxy.GetNumber(99, &n), NO_OBJECT_RESULT);
+    stop = true;
+    serverThread.join();
+}
+
+TEST(CServerProcessCalls, TheServerCallsAClientOverItsEventsSocket) {
+    ServerFixture f;
+    auto client = f.Client(8);
+    client->AddInterface(new CountServed(client.get(), 8, 2));
+    ASSERT_TRUE(PumpUntil(f.server, [&] { return f.Paired(8); }));
+
+    std::atomic<bool> done{false};
+    client->stopWhen = [&] { return done.load(); };
+    std::thread clientThread([&] { client->MainLoop(); });
+
+    CountProxy out(&f.server, f.server.EventsSocketOf(8), 0);
+    out.SetDestID(8);
+    long n = 0;
+    EXPECT_EQ(out.Count(&n), 0);
+    EXPECT_EQ(n, 2);
+    done = true;
+    clientThread.join();
 }
