@@ -39,6 +39,9 @@ public:
     CStr& ToASCIIHex();
 
     wchar_t& operator[](short i);
+    // An int index would otherwise be ambiguous with the built-in char* subscript
+    // (on i386); indexes beyond 16 bits are out of range like any other.
+    wchar_t& operator[](int i);
     int Compare(const char* s) const;   // case-sensitive, -1/0/1; null s gives -1
     int Compare(const CStr& s) const;   // through toupper
     int At(const CStr& sub, int start) const;
