@@ -1,5 +1,31 @@
 #include <gtest/gtest.h>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <thread>
 #include "rpc_fixture.h"
+
+// Heap allocations made by each thread, to hold the call path to none. The replacements
+// take and give back through one pair of functions the compiler does not see into.
+thread_local long tAllocations = 0;
+
+namespace {
+__attribute__((noinline)) void* Take(std::size_t n)
+{
+    ++tAllocations;
+    if (void* p = std::malloc(n ? n : 1))
+        return p;
+    throw std::bad_alloc();
+}
+__attribute__((noinline)) void GiveBack(void* p) { std::free(p); }
+}  // namespace
+
+void* operator new(std::size_t n) { return Take(n); }
+void* operator new[](std::size_t n) { return Take(n); }
+void operator delete(void* p) noexcept { GiveBack(p); }
+void operator delete(void* p, std::size_t) noexcept { GiveBack(p); }
+void operator delete[](void* p) noexcept { GiveBack(p); }
+void operator delete[](void* p, std::size_t) noexcept { GiveBack(p); }
 
 namespace {
 
@@ -186,4 +212,39 @@ TEST(MethodCall, RetriesTheSameRequestAfterAReconnect)
     CITest unbound(&r.proc, nullptr, kClientId);
     EXPECT_EQ(-19, unbound.Authorise(7));
     EXPECT_EQ(5, r.proc.reconnects);
+}
+
+TEST(MethodCallLoopback, TableCallsOverRealSocketsAllocateNothing)
+{
+    kvtest::TempDir dir;
+    CServerProcess server((dir / "server").c_str(), "server", 0, 0, 1000);
+    ASSERT_TRUE(server.Open());
+    auto* served = new CTestServer(&server);
+    served->Objects().Add(new CPhyObject(7, 1, CStr("seven"), &server));
+    server.AddInterface(served);
+    std::atomic<bool> stop{false};
+    std::thread loop([&] {
+        while (!stop)
+            server.RunOnce(10);
+    });
+    kvtest::RecordingClient client(dir / "client", server.BoundCallPort(), server.BoundEventsPort(), 1000, kClientId);
+    ASSERT_TRUE(client.OpenSockets());
+    client.ConnectSockets();
+    CITest proxy(&client, client.CallSocket(), kClientId);
+
+    short a = 1;
+    long version = 0;
+    CStr s("askask");   // room for the answer: the string need not grow
+    const long before = tAllocations;
+    EXPECT_EQ(0, proxy.GetStatus(7, &a, nullptr, &s, nullptr, nullptr, nullptr));
+    EXPECT_EQ(0, proxy.Report(7, short{1}, CCur()));
+    EXPECT_EQ(0, proxy.GetVersion(&version));
+    EXPECT_EQ(before, tAllocations);
+    EXPECT_EQ(0, proxy.Set(7, 2, CStr("nm"), short{3}));
+    EXPECT_EQ(-7, proxy.Authorise(8));
+    stop = true;
+    loop.join();
+    EXPECT_TRUE(a == 2 && version == 4);
+    EXPECT_STREQ("reply", static_cast<char*>(s));
+    EXPECT_EQ("GetStatus(7)[askask]Report(7)Set(7,2,nm,3)", served->calls);
 }

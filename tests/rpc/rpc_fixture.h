@@ -2,13 +2,12 @@
 // an in-memory link whose far end is a function of the test, and a small test interface.
 #pragma once
 #include <fcntl.h>
-#include <stdlib.h>
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
+#include "net_fixture.h"
 #include "foundation/log.h"
 #include "rpc/method.h"
 #include "rpc/process.h"
@@ -29,25 +28,10 @@ public:
     std::string _text;
 };
 
-// Its own directory for the process's log files, removed afterwards.
-class CTempDir {
-public:
-    CTempDir()
-    {
-        char name[] = "/tmp/kvrpcXXXXXX";
-        _path = mkdtemp(name) ? name : "";
-    }
-    ~CTempDir() { std::filesystem::remove_all(_path); }
-    const std::string& Path() const { return _path; }
-
-private:
-    std::string _path;
-};
-
 class CTestProcess : public CProcess {
 public:
-    explicit CTestProcess(const CTempDir& dir)
-        : CProcess((dir.Path() + "/trace").c_str(), "test", "localhost", 0, 0, 200, kClientId)
+    explicit CTestProcess(const kvtest::TempDir& dir)
+        : CProcess((dir / "trace").c_str(), "test", "localhost", 0, 0, 200, kClientId)
     {
         _ownTrace = _trace;
         _trace = &log;
@@ -253,7 +237,7 @@ inline long CTestServer::ProcessCall(short function, CIObject* object, CSocket*)
 
 // A client proxy and a serving interface joined by a fake link.
 struct CRig {
-    CTempDir dir;
+    kvtest::TempDir dir;
     CTestProcess proc{dir};
     CFakeLink link{&proc};
     CITest client{&proc, &link, kClientId};
