@@ -14,17 +14,15 @@ namespace {
 // the bodies of strings and blocks. Both bounds are part of the protocol.
 constexpr int kReadLimit = kMsgDataSize - 1;
 
-// Counted uses of a socket for the span of one operation.
-class CSocketUse {
-public:
-    explicit CSocketUse(CSocket* s) : _s(s) { _s->Use(); }
-    ~CSocketUse() { _s->Unuse(); }
-    CSocketUse(const CSocketUse&) = delete;
-    CSocketUse& operator=(const CSocketUse&) = delete;
-
-private:
-    CSocket* _s;
-};
+// One socket operation with the socket's use count raised (socket operations never throw).
+template <class F>
+auto Using(CSocket* s, F op)
+{
+    s->Use();
+    auto r = op();
+    s->Unuse();
+    return r;
+}
 
 void CopyMsg(TIMsg* to, const TIMsg* from)
 {
@@ -244,77 +242,25 @@ void CInterface::Unpack(CStr& v)
     UnpackChars(v);
 }
 
-char* CInterface::Unpack(char* p)
-{
-    if (!CheckPType(TAG_PCHAR, 1, p))
-        return nullptr;
-    *p = static_cast<char>(GetByte());
-    return p;
-}
+// The pointer forms: the value is stored only when the peer sent one and there is a target.
+#define KV_UNPACK_REF(T, tag, size, store)              \
+    T* CInterface::Unpack(T* p)                         \
+    {                                                   \
+        if (!CheckPType(tag, size, p))                  \
+            return nullptr;                             \
+        store;                                          \
+        return p;                                       \
+    }
 
-bool* CInterface::Unpack(bool* p)
-{
-    if (!CheckPType(TAG_PBOOL, 1, p))
-        return nullptr;
-    *p = GetByte() != 0;
-    return p;
-}
-
-short* CInterface::Unpack(short* p)
-{
-    if (!CheckPType(TAG_PSHORT, 2, p))
-        return nullptr;
-    *p = static_cast<short>(GetWord());
-    return p;
-}
-
-long* CInterface::Unpack(long* p)
-{
-    if (!CheckPType(TAG_PLONG, 4, p))
-        return nullptr;
-    *p = static_cast<int32_t>(GetLong());
-    return p;
-}
-
-double* CInterface::Unpack(double* p)
-{
-    if (!CheckPType(TAG_PDOUBLE, 8, p))
-        return nullptr;
-    *p = GetDouble();
-    return p;
-}
-
-long long* CInterface::Unpack(long long* p)
-{
-    if (!CheckPType(TAG_PLONGLONG, 8, p))
-        return nullptr;
-    *p = static_cast<long long>(GetLongLong());
-    return p;
-}
-
-CCur* CInterface::Unpack(CCur* p)
-{
-    if (!CheckPType(TAG_PCUR, 8, p))
-        return nullptr;
-    p->SetValue(static_cast<int64_t>(GetLongLong()));
-    return p;
-}
-
-CDate* CInterface::Unpack(CDate* p)
-{
-    if (!CheckPType(TAG_PDATE, 8, p))
-        return nullptr;
-    p->SetTicks(GetLongLong());
-    return p;
-}
-
-CStr* CInterface::Unpack(CStr* p)
-{
-    if (!CheckPType(TAG_PSTR, 2, p))
-        return nullptr;
-    UnpackChars(*p);
-    return p;
-}
+KV_UNPACK_REF(char, TAG_PCHAR, 1, *p = static_cast<char>(GetByte()))
+KV_UNPACK_REF(bool, TAG_PBOOL, 1, *p = GetByte() != 0)
+KV_UNPACK_REF(short, TAG_PSHORT, 2, *p = static_cast<short>(GetWord()))
+KV_UNPACK_REF(long, TAG_PLONG, 4, *p = static_cast<int32_t>(GetLong()))
+KV_UNPACK_REF(double, TAG_PDOUBLE, 8, *p = GetDouble())
+KV_UNPACK_REF(long long, TAG_PLONGLONG, 8, *p = static_cast<long long>(GetLongLong()))
+KV_UNPACK_REF(CCur, TAG_PCUR, 8, p->SetValue(static_cast<int64_t>(GetLongLong())))
+KV_UNPACK_REF(CDate, TAG_PDATE, 8, p->SetTicks(GetLongLong()))
+KV_UNPACK_REF(CStr, TAG_PSTR, 2, UnpackChars(*p))
 
 void* CInterface::Unpack(void* block, int capacity)
 {
@@ -384,11 +330,7 @@ void CInterface::Send()
 {
     if (!_socket)
         throw NOT_OPEN_RESULT;
-    int r;
-    {
-        CSocketUse use(_socket);
-        r = _socket->Send(_msg);
-    }
+    const int r = Using(_socket, [&] { return _socket->Send(_msg); });
     if (r < 0)
         KV_THROW(static_cast<TResult>(r));
 }
@@ -399,11 +341,7 @@ void CInterface::Get()
         throw NOT_OPEN_RESULT;
     CProcess* process = Process();
     for (;;) {
-        int event;
-        {
-            CSocketUse use(_socket);
-            event = _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0);
-        }
+        const int event = Using(_socket, [&] { return _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0); });
         switch (event) {
         case CSocket::WAIT_DATA:
             break;
@@ -418,21 +356,12 @@ void CInterface::Get()
         default:
             KV_THROW(CONNECTION_BROKEN);
         }
-        int r;
-        {
-            CSocketUse use(_socket);
-            r = _socket->ReadMsg(_msg);
-        }
+        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
         if (r != 0)
             KV_THROW(static_cast<TResult>(r));
         if (_msg->h.function == 0)
             KV_THROW(BAD_FUNCTION_RESULT);
-        bool management;
-        {
-            CSocketUse use(_socket);
-            management = _socket->IsSocketManagementFtn(_msg, CALL_PORT);
-        }
-        if (!management)
+        if (!Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); }))
             return;
         if (process && !process->Running()) {
             if (process->LogBrokenConnection())
@@ -497,15 +426,9 @@ bool CClientInterface::DrainStale()
     CProcess* process = Process();
     int drained = 0;
     for (; drained < kMaxDrained; ++drained) {
-        int r;
-        {
-            CSocketUse use(_socket);
-            r = _socket->ReadMsg(_msg);
-        }
-        if (r != 0) {
-            CSocketUse use(_socket);
-            _socket->CheckForManagementFtn();
-            _socket->WriteFlush();
+        if (Using(_socket, [&] { return _socket->ReadMsg(_msg); }) != 0) {
+            Using(_socket, [&] { return _socket->CheckForManagementFtn(); });
+            Using(_socket, [&] { return _socket->WriteFlush(); });
             break;
         }
         if (_msg->h.function == 0) {
@@ -513,11 +436,7 @@ bool CClientInterface::DrainStale()
                 log->Log("invalid ftn ID");
             continue;
         }
-        bool management;
-        {
-            CSocketUse use(_socket);
-            management = _socket->IsSocketManagementFtn(_msg, CALL_PORT);
-        }
+        const bool management = Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); });
         if (management && process && !process->Running())
             KV_THROW(CONNECTION_BROKEN);
     }

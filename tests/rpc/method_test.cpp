@@ -1,20 +1,36 @@
 #include <gtest/gtest.h>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <thread>
 #include "rpc_fixture.h"
+
+// Heap allocations made by each thread, to hold the call path to none. The replacements
+// take and give back through one pair of functions the compiler does not see into.
+thread_local long tAllocations = 0;
+
+namespace {
+__attribute__((noinline)) void* Take(std::size_t n)
+{
+    ++tAllocations;
+    if (void* p = std::malloc(n ? n : 1))
+        return p;
+    throw std::bad_alloc();
+}
+__attribute__((noinline)) void GiveBack(void* p) { std::free(p); }
+}  // namespace
+
+void* operator new(std::size_t n) { return Take(n); }
+void* operator new[](std::size_t n) { return Take(n); }
+void operator delete(void* p) noexcept { GiveBack(p); }
+void operator delete(void* p, std::size_t) noexcept { GiveBack(p); }
+void operator delete[](void* p) noexcept { GiveBack(p); }
+void operator delete[](void* p, std::size_t) noexcept { GiveBack(p); }
 
 namespace {
 
-struct Rig {
-    CTempDir dir;
-    CTestProcess proc{dir};
-    CFakeLink link{&proc};
-    CITest client{&proc, &link, kClientId};
-    CTestServer server{&proc};
-    Rig()
-    {
-        server.Objects().Add(new CPhyObject(7, 1, CStr("seven"), &proc));
-        server.Serve(link);
-    }
-    const TIMsg& Last() const { return link.sent.back(); }
+struct Rig : CRig {
+    Rig() { server.Objects().Add(new CPhyObject(7, 1, CStr("seven"), &proc)); }
 };
 
 }  // namespace
@@ -116,6 +132,8 @@ TEST(MethodCall, FlagSkipOneWayAndDraining)
     EXPECT_EQ(6, r.client.Set(7, 1, CStr(""), short{0}));
     junkReply(0, 0);
     EXPECT_EQ(-11, r.client.Set(7, 1, CStr(""), short{0}));
+    junkReply(1, 0);
+    EXPECT_EQ(-11, r.client.Authorise(7));   // not a flag-skip row: the body is read
 
     r.server.Serve(r.link);
     EXPECT_EQ(0, r.client.Report(7, short{1}, CCur::FromRaw(5)));
@@ -159,13 +177,18 @@ TEST(MethodCall, RetriesTheSameRequestAfterAReconnect)
 {
     Rig r;
     int seen = 0;
-    r.link.peer = [&](TIMsg& m) {   // the first request is lost
-        if (seen++)
+    r.link.peer = [&](TIMsg& m) {   // the first request is lost; a PING is read over it
+        if (seen++) {
             ProcessAndPush(r.server, r.link, m);
+            return;
+        }
+        TIMsg ping{};
+        ping.h.kind = 1, ping.h.function = 1, ping.h.flag = MFTN_PING;
+        r.link.Push(ping);
     };
     EXPECT_EQ(0, r.client.Authorise(7));
-    ASSERT_EQ(2u, r.link.sent.size());
-    EXPECT_EQ(0, std::memcmp(&r.link.sent[0], &r.link.sent[1], r.link.sent[0].WireSize()));
+    ASSERT_EQ(3u, r.link.sent.size());   // request, PONG, request
+    EXPECT_EQ(0, std::memcmp(&r.link.sent[0], &r.link.sent[2], r.link.sent[0].WireSize()));
     EXPECT_EQ(1, r.proc.reconnects);
 
     r.link.failWrites = 100;
@@ -189,4 +212,39 @@ TEST(MethodCall, RetriesTheSameRequestAfterAReconnect)
     CITest unbound(&r.proc, nullptr, kClientId);
     EXPECT_EQ(-19, unbound.Authorise(7));
     EXPECT_EQ(5, r.proc.reconnects);
+}
+
+TEST(MethodCallLoopback, TableCallsOverRealSocketsAllocateNothing)
+{
+    kvtest::TempDir dir;
+    CServerProcess server((dir / "server").c_str(), "server", 0, 0, 1000);
+    ASSERT_TRUE(server.Open());
+    auto* served = new CTestServer(&server);
+    served->Objects().Add(new CPhyObject(7, 1, CStr("seven"), &server));
+    server.AddInterface(served);
+    std::atomic<bool> stop{false};
+    std::thread loop([&] {
+        while (!stop)
+            server.RunOnce(10);
+    });
+    kvtest::RecordingClient client(dir / "client", server.BoundCallPort(), server.BoundEventsPort(), 1000, kClientId);
+    ASSERT_TRUE(client.OpenSockets());
+    client.ConnectSockets();
+    CITest proxy(&client, client.CallSocket(), kClientId);
+
+    short a = 1;
+    long version = 0;
+    CStr s("askask");   // room for the answer: the string need not grow
+    const long before = tAllocations;
+    EXPECT_EQ(0, proxy.GetStatus(7, &a, nullptr, &s, nullptr, nullptr, nullptr));
+    EXPECT_EQ(0, proxy.Report(7, short{1}, CCur()));
+    EXPECT_EQ(0, proxy.GetVersion(&version));
+    EXPECT_EQ(before, tAllocations);
+    EXPECT_EQ(0, proxy.Set(7, 2, CStr("nm"), short{3}));
+    EXPECT_EQ(-7, proxy.Authorise(8));
+    stop = true;
+    loop.join();
+    EXPECT_TRUE(a == 2 && version == 4);
+    EXPECT_STREQ("reply", static_cast<char*>(s));
+    EXPECT_EQ("GetStatus(7)[askask]Report(7)Set(7,2,nm,3)", served->calls);
 }

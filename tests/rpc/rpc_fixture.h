@@ -2,13 +2,12 @@
 // an in-memory link whose far end is a function of the test, and a small test interface.
 #pragma once
 #include <fcntl.h>
-#include <stdlib.h>
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
+#include "net_fixture.h"
 #include "foundation/log.h"
 #include "rpc/method.h"
 #include "rpc/process.h"
@@ -29,25 +28,10 @@ public:
     std::string _text;
 };
 
-// Its own directory for the process's log files, removed afterwards.
-class CTempDir {
-public:
-    CTempDir()
-    {
-        char name[] = "/tmp/kvrpcXXXXXX";
-        _path = mkdtemp(name) ? name : "";
-    }
-    ~CTempDir() { std::filesystem::remove_all(_path); }
-    const std::string& Path() const { return _path; }
-
-private:
-    std::string _path;
-};
-
 class CTestProcess : public CProcess {
 public:
-    explicit CTestProcess(const CTempDir& dir)
-        : CProcess((dir.Path() + "/trace").c_str(), "test", "localhost", 0, 0, 200, kClientId)
+    explicit CTestProcess(const kvtest::TempDir& dir)
+        : CProcess((dir / "trace").c_str(), "test", "localhost", 0, 0, 200, kClientId)
     {
         _ownTrace = _trace;
         _trace = &log;
@@ -170,11 +154,8 @@ inline void ProcessAndPush(CInterface& server, CFakeLink& link, TIMsg& m)
 template <uint16_t Type>
 class CTestClient : public CClientInterface {
 public:
-    static constexpr uint16_t kType = Type;
-    static constexpr const char* kModule = "ITest";
     using CClientInterface::CClientInterface;
-    uint16_t ObjectType() const override { return kType; }
-    uint16_t InterfaceVersion() const override { return 0; }
+    KV_INTERFACE(Type, "ITest")
     void SetSequence(uint16_t s) { _sequence = s; }
 
     KV_ITEST_TABLE(KV_METHOD)
@@ -186,8 +167,7 @@ using CITest = CTestClient<4>;
 class CTestServer : public CServerInterface<CIObject> {
 public:
     explicit CTestServer(CProcess* p) : CServerInterface<CIObject>(p, nullptr, 0) {}
-    uint16_t ObjectType() const override { return 4; }
-    uint16_t InterfaceVersion() const override { return 0; }
+    KV_INTERFACE(IF_PUMP, "ITest")
 
     struct Handler;
     KV_SERVER_DISPATCH(Dispatch, KV_ITEST_TABLE)
@@ -250,3 +230,14 @@ inline long CTestServer::ProcessCall(short function, CIObject* object, CSocket*)
         return r;
     Throw(BAD_FUNCTION_RESULT, __LINE__, "ProcessCall");
 }
+
+// A client proxy and a serving interface joined by a fake link.
+struct CRig {
+    kvtest::TempDir dir;
+    CTestProcess proc{dir};
+    CFakeLink link{&proc};
+    CITest client{&proc, &link, kClientId};
+    CTestServer server{&proc};
+    CRig() { server.Serve(link); }
+    const TIMsg& Last() const { return link.sent.back(); }
+};

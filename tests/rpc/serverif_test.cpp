@@ -14,15 +14,9 @@ private:
     CStr _name{"fixed"};
 };
 
-struct Rig {
-    CTempDir dir;
-    CTestProcess proc{dir};
-    CFakeLink link{&proc};
-    CITest client{&proc, &link, kClientId};
-    CTestServer server{&proc};
-    Rig() { server.Serve(link); }
-    std::vector<uint8_t> Sent() const { return Data(link.sent.back()); }
-    const TIMsgHeader& Head() const { return link.sent.back().h; }
+struct Rig : CRig {
+    std::vector<uint8_t> Sent() const { return Data(Last()); }
+    const TIMsgHeader& Head() const { return Last().h; }
 };
 
 }  // namespace
@@ -43,10 +37,10 @@ TEST(CServerInterfaceGeneric, EveryGenericFunctionOnTheWireAndServed)
 
     EXPECT_EQ(0, r.client.Count(&v));
     EXPECT_EQ(2, v);
-    EXPECT_EQ(Bytes(7, 2, 0, 0, 0, 19), r.Sent());
+    EXPECT_EQ(Bytes(7, 4, 0, 0, 0, 19), r.Sent());   // a reference goes out with its current value
     EXPECT_EQ(0, r.client.GetIDByNumber(3, &v));
     EXPECT_EQ(9, v);
-    EXPECT_EQ(Bytes(6, 3, 0, 0, 0, 7, 9, 0, 0, 0, 19), r.Sent());
+    EXPECT_EQ(Bytes(6, 3, 0, 0, 0, 7, 2, 0, 0, 0, 19), r.Sent());
     EXPECT_EQ(2, r.client.GetIDByNumber(77, &v));
     EXPECT_EQ(0, r.client.GetIDByName(CStr("NINE"), &v));
     EXPECT_EQ(Bytes(14, 4, 0, 'N', 0, 'I', 0, 'N', 0, 'E', 0, 7, 9, 0, 0, 0, 19), r.Sent());
