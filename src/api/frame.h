@@ -1,0 +1,128 @@
+// The one frame of every exported pair. A family's source is a table of KV_PAIR rows:
+//
+//     KV_PAIR(GetPumpsCount, FAMILY_CALLS, (long* count), (count),
+//             p.Pump()->Count(count))
+//
+// defines `long GetPumpsCountMT(CKVCLProcess* session, long* count)` (admission checks,
+// the call, CheckResult) and `long GetPumpsCount(long* count)` (the library lock around
+// the MT form on the global session; 8 without one). Inside the call expression `p` is the
+// session and `r` the call's result; the conversion helpers below take `r` so that outputs
+// are written after the call with the rules of the boundary.
+#pragma once
+#include <cstring>
+#include "kvclient.h"
+#include "client/session.h"
+#include "foundation/date.h"
+#include "foundation/str.h"
+#include "rpc/message.h"
+
+extern CKVCLProcess* pGCLProcess;
+void InitialiseCS();
+void DestroyCS();
+void EnterCS();
+void LeaveCS();
+
+namespace kvapi {
+
+struct CSLock {
+    CSLock() { EnterCS(); }
+    ~CSLock() { LeaveCS(); }
+    CSLock(const CSLock&) = delete;
+    CSLock& operator=(const CSLock&) = delete;
+};
+
+// Admission checks, in this order: no session 8, not connected -14, client type -22.
+enum TNeed : unsigned {
+    NEED_CONNECTION = 1,   // GoodConnection() or -14
+    NEED_CALLS = 2,        // client-type bit 0 or -22
+    NEED_EVENTS = 4,       // client-type bit 1 or -22
+    MAP_RESULT = 8,        // the call's result goes through CheckResult
+};
+constexpr unsigned FAMILY_CALLS = NEED_CONNECTION | NEED_CALLS | MAP_RESULT;  // object and client calls
+constexpr unsigned FAMILY_STATUS = NEED_CONNECTION | MAP_RESULT;             // ClientStatus, FireClientEvent
+constexpr unsigned FAMILY_QUEUE = NEED_EVENTS;                               // event queue, no call
+constexpr unsigned FAMILY_UNCHECKED = MAP_RESULT;                            // SetTCPIPConfig, WDReset
+
+inline long Admit(CKVCLProcess* p, unsigned need)
+{
+    if (!p)
+        return NO_SESSION_RESULT;
+    if ((need & NEED_CONNECTION) && !p->GoodConnection())
+        return CONNECTION_BROKEN;
+    if ((need & NEED_CALLS) && !(p->ClientType() & 1))
+        return WRONG_CLIENT_TYPE_RESULT;
+    if ((need & NEED_EVENTS) && !(p->ClientType() & 2))
+        return WRONG_CLIENT_TYPE_RESULT;
+    return OK_RESULT;
+}
+
+inline long Finish(CKVCLProcess& p, long r, unsigned need)
+{
+    return (need & MAP_RESULT) ? p.CheckResult(r) : r;
+}
+
+// Strings out: nothing unless the result is 0 and out is non-null; then at most
+// strlen(out) characters, NUL-padded, with no terminator of its own when the value fills it.
+void CopyBSTR(long result, char* out, const CStr& value);
+// Strings in: the zero-terminated text (null: unset, sent as an empty string).
+inline CStr GetStr(const char* in) { return CStr(in); }
+
+inline CCur Cur(double x) { return CCur::FromDouble(x); }
+inline CDate Date(long t) { return CDate(t); }
+// The long date of a CDate: the low 32 bits of the unsigned seconds, so the empty date
+// reads -921101622 on every architecture.
+inline long DateOut(const CDate& d) { return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(d.ToDATE()))); }
+
+// Output holders: the proxy always gets a holder of its own; the caller's pointer is
+// written when the holder dies, at the end of the call's full expression.
+class OutCur {   // written whatever the result (0.0 after a failure)
+public:
+    explicit OutCur(double* out) : _out(out) {}
+    ~OutCur() { if (_out) *_out = _v.ToDouble(); }
+    operator CCur*() { return &_v; }
+private:
+    double* _out;
+    CCur _v;
+};
+class OutDate {  // written only on success
+public:
+    OutDate(const long& r, long* out) : _r(r), _out(out) {}
+    ~OutDate() { if (_out && _r == 0) *_out = DateOut(_v); }
+    operator CDate*() { return &_v; }
+private:
+    const long& _r;
+    long* _out;
+    CDate _v;
+};
+class OutStr {   // CopyBSTR with the call's raw result
+public:
+    OutStr(const long& r, char* out) : _r(r), _out(out) {}
+    ~OutStr() { CopyBSTR(_r, _out, _v); }
+    operator CStr*() { return &_v; }
+private:
+    const long& _r;
+    char* _out;
+    CStr _v;
+};
+
+}  // namespace kvapi
+
+#define KV_SESSION_PARAMS(...) (CKVCLProcess* kvSession __VA_OPT__(, ) __VA_ARGS__)
+#define KV_SESSION_ARGS(...) (pGCLProcess __VA_OPT__(, ) __VA_ARGS__)
+
+// One exported pair. Params and Args are parenthesised lists; the rest is the call expression.
+#define KV_PAIR(Name, Family, Params, Args, ...)                                        \
+    extern "C" KV_API long Name##MT KV_SESSION_PARAMS Params                            \
+    {                                                                                   \
+        if (long kvAdmit = ::kvapi::Admit(kvSession, Family))                           \
+            return kvAdmit;                                                             \
+        [[maybe_unused]] CKVCLProcess& p = *kvSession;                                  \
+        long r = 0;                                                                     \
+        r = (__VA_ARGS__);                                                              \
+        return ::kvapi::Finish(p, r, Family);                                           \
+    }                                                                                   \
+    extern "C" KV_API long Name Params                                                  \
+    {                                                                                   \
+        ::kvapi::CSLock kvLock;                                                         \
+        return pGCLProcess ? Name##MT KV_SESSION_ARGS Args : long(NO_SESSION_RESULT);   \
+    }
