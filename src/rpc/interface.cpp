@@ -14,17 +14,15 @@ namespace {
 // the bodies of strings and blocks. Both bounds are part of the protocol.
 constexpr int kReadLimit = kMsgDataSize - 1;
 
-// Counted uses of a socket for the span of one operation.
-class CSocketUse {
-public:
-    explicit CSocketUse(CSocket* s) : _s(s) { _s->Use(); }
-    ~CSocketUse() { _s->Unuse(); }
-    CSocketUse(const CSocketUse&) = delete;
-    CSocketUse& operator=(const CSocketUse&) = delete;
-
-private:
-    CSocket* _s;
-};
+// One socket operation with the socket's use count raised (socket operations never throw).
+template <class F>
+auto Using(CSocket* s, F op)
+{
+    s->Use();
+    auto r = op();
+    s->Unuse();
+    return r;
+}
 
 void CopyMsg(TIMsg* to, const TIMsg* from)
 {
@@ -332,11 +330,7 @@ void CInterface::Send()
 {
     if (!_socket)
         throw NOT_OPEN_RESULT;
-    int r;
-    {
-        CSocketUse use(_socket);
-        r = _socket->Send(_msg);
-    }
+    const int r = Using(_socket, [&] { return _socket->Send(_msg); });
     if (r < 0)
         KV_THROW(static_cast<TResult>(r));
 }
@@ -347,11 +341,7 @@ void CInterface::Get()
         throw NOT_OPEN_RESULT;
     CProcess* process = Process();
     for (;;) {
-        int event;
-        {
-            CSocketUse use(_socket);
-            event = _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0);
-        }
+        const int event = Using(_socket, [&] { return _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0); });
         switch (event) {
         case CSocket::WAIT_DATA:
             break;
@@ -366,21 +356,12 @@ void CInterface::Get()
         default:
             KV_THROW(CONNECTION_BROKEN);
         }
-        int r;
-        {
-            CSocketUse use(_socket);
-            r = _socket->ReadMsg(_msg);
-        }
+        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
         if (r != 0)
             KV_THROW(static_cast<TResult>(r));
         if (_msg->h.function == 0)
             KV_THROW(BAD_FUNCTION_RESULT);
-        bool management;
-        {
-            CSocketUse use(_socket);
-            management = _socket->IsSocketManagementFtn(_msg, CALL_PORT);
-        }
-        if (!management)
+        if (!Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); }))
             return;
         if (process && !process->Running()) {
             if (process->LogBrokenConnection())
@@ -445,15 +426,9 @@ bool CClientInterface::DrainStale()
     CProcess* process = Process();
     int drained = 0;
     for (; drained < kMaxDrained; ++drained) {
-        int r;
-        {
-            CSocketUse use(_socket);
-            r = _socket->ReadMsg(_msg);
-        }
-        if (r != 0) {
-            CSocketUse use(_socket);
-            _socket->CheckForManagementFtn();
-            _socket->WriteFlush();
+        if (Using(_socket, [&] { return _socket->ReadMsg(_msg); }) != 0) {
+            Using(_socket, [&] { return _socket->CheckForManagementFtn(); });
+            Using(_socket, [&] { return _socket->WriteFlush(); });
             break;
         }
         if (_msg->h.function == 0) {
@@ -461,11 +436,7 @@ bool CClientInterface::DrainStale()
                 log->Log("invalid ftn ID");
             continue;
         }
-        bool management;
-        {
-            CSocketUse use(_socket);
-            management = _socket->IsSocketManagementFtn(_msg, CALL_PORT);
-        }
+        const bool management = Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); });
         if (management && process && !process->Running())
             KV_THROW(CONNECTION_BROKEN);
     }

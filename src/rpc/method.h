@@ -4,15 +4,16 @@
 // or unpack a request, run a handler and pack the reply (serving side).
 //
 // Calling side, inside a class derived from CClientInterface that defines
-// `static constexpr uint16_t kType` and `static constexpr const char* kModule`:
+// `static constexpr uint16_t kType` and `static constexpr const char* kModule`
+// (KV_INTERFACE declares both with the ObjectType/InterfaceVersion overrides):
 //
 //     #define KV_IPUMP_TABLE(X)
 //         X(Authorise, 29, Object, NOTE_NONE)
 //         X(Set, 14, SetCls, NOTE_FLAGSKIP, long, long, CStr, short)     (lines joined by \)
 //     class CIPump : public CClientInterface {
 //     public:
-//         static constexpr uint16_t kType = 4;
-//         static constexpr const char* kModule = "IPump";
+//         using CClientInterface::CClientInterface;
+//         KV_INTERFACE(IF_PUMP, "IPump")
 //         KV_IPUMP_TABLE(KV_METHOD)
 //         KV_METHOD_INFOS(KV_IPUMP_TABLE)
 //     };
@@ -265,6 +266,15 @@ struct Sig<THdr::SetCls, long, W...> {
 }  // namespace kv
 
 // ---- table rows ----
+
+// The identity of an interface class (calling or serving): its interface type, its source
+// module for the catch lines, and the two overrides that put them in every header. Every
+// interface of this system is version 0.
+#define KV_INTERFACE(Type, Module)                                  \
+    static constexpr uint16_t kType = Type;                         \
+    static constexpr const char* kModule = Module;                  \
+    uint16_t ObjectType() const override { return kType; }          \
+    uint16_t InterfaceVersion() const override { return 0; }
 
 // The MethodInfo `Name##Info` of a row and its signature type `Name##Sig`; needs kType and
 // kModule in scope.

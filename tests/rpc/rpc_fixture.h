@@ -154,11 +154,8 @@ inline void ProcessAndPush(CInterface& server, CFakeLink& link, TIMsg& m)
 template <uint16_t Type>
 class CTestClient : public CClientInterface {
 public:
-    static constexpr uint16_t kType = Type;
-    static constexpr const char* kModule = "ITest";
     using CClientInterface::CClientInterface;
-    uint16_t ObjectType() const override { return kType; }
-    uint16_t InterfaceVersion() const override { return 0; }
+    KV_INTERFACE(Type, "ITest")
     void SetSequence(uint16_t s) { _sequence = s; }
 
     KV_ITEST_TABLE(KV_METHOD)
@@ -170,8 +167,7 @@ using CITest = CTestClient<4>;
 class CTestServer : public CServerInterface<CIObject> {
 public:
     explicit CTestServer(CProcess* p) : CServerInterface<CIObject>(p, nullptr, 0) {}
-    uint16_t ObjectType() const override { return 4; }
-    uint16_t InterfaceVersion() const override { return 0; }
+    KV_INTERFACE(IF_PUMP, "ITest")
 
     struct Handler;
     KV_SERVER_DISPATCH(Dispatch, KV_ITEST_TABLE)
