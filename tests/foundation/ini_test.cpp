@@ -13,18 +13,15 @@
 
 namespace {
 
-class TempDir {
-public:
+struct TempDir {
+    std::string path;
     TempDir()
     {
         std::string tmpl = (std::filesystem::temp_directory_path() / "kvini.XXXXXX").string();
-        _path = mkdtemp(tmpl.data());
+        path = mkdtemp(tmpl.data());
     }
-    ~TempDir() { std::filesystem::remove_all(_path); }
-    std::string File(const char* name) const { return _path + "/" + name; }
-
-private:
-    std::string _path;
+    ~TempDir() { std::filesystem::remove_all(path); }
+    std::string File(const char* name) const { return path + "/" + name; }
 };
 
 void WriteFile(const std::string& path, const std::string& text)
@@ -57,23 +54,15 @@ TEST(CINIFile, MissingFileIsCreatedOnlyWhenWritable)
     CINIFile ro(path.c_str(), "Server", false);
     CStr v("old");
     EXPECT_EQ(ro.GetStr("name", v), 0);
-    EXPECT_TRUE(v.IsSet());
-    EXPECT_EQ(v.Length(), 0);
-    EXPECT_FALSE(ro.HasKey("name"));
+    EXPECT_TRUE(v.IsSet() && v.Length() == 0);
     EXPECT_EQ(ro.PutValue("name", CStr("x")), 0);
     EXPECT_EQ(ro.GetSectionName(1, v), 0);
-    EXPECT_EQ(ro.GetSection("Server", v), 0);
     EXPECT_FALSE(std::filesystem::exists(path));
 
     CINIFile rw(path.c_str(), "Server", true);
     EXPECT_EQ(rw.GetStr("name", v), 0);
-    rw.Close();
     ASSERT_TRUE(std::filesystem::exists(path));
     EXPECT_EQ(std::filesystem::file_size(path), 0u);
-
-    CINIFile unnamed(nullptr, "Server", true);
-    EXPECT_EQ(unnamed.GetStr("name", v), 0);
-    EXPECT_EQ(unnamed.PutValue("name", CStr("x")), 0);
 }
 
 TEST(CINIFile, LookupRules)
@@ -98,16 +87,13 @@ TEST(CINIFile, LookupRules)
     EXPECT_EQ(Get(ini, "callport"), "1001");
     EXPECT_EQ(Get(ini, "Quoted"), "a b ");
     EXPECT_EQ(Get(ini, "One"), "\"");
-    EXPECT_EQ(Get(ini, "Name"), "host1");
     EXPECT_EQ(Get(ini, "Odd"), "");         // no '=' behind the key
     EXPECT_EQ(Get(ini, "FileName"), "");    // belongs to the next section
-    EXPECT_FALSE(ini.HasKey("Missing"));
     EXPECT_TRUE(ini.HasKey("CALLPORT"));
 
     ini.SetSection("LOG");                  // '[Log]extra' is the Log section
     EXPECT_EQ(Get(ini, "FileName"), "a");
-    EXPECT_EQ(Get(ini, "File"), "");        // the first line starting with the key decides
-    EXPECT_FALSE(ini.HasKey("File"));
+    EXPECT_FALSE(ini.HasKey("File"));       // the first line starting with the key decides
     EXPECT_EQ(Get(ini, "Level"), "3");      // last line without a line end
     EXPECT_EQ(Get(ini, "level"), "3");      // again, through the section cache
 
@@ -116,20 +102,17 @@ TEST(CINIFile, LookupRules)
     EXPECT_EQ(ini.GetNextStr("Port", v), 4);
     EXPECT_EQ(ini.GetNextStr("CallPort", v), 4);
     EXPECT_EQ(ini.GetNextStr("Port", v), 0);  // keys are read in file order
-    EXPECT_FALSE(ini.FindSection("Nowhere"));
     EXPECT_FALSE(ini.FindSection(""));
 
     const std::string section =
         "name = host1\r\n\r\nPort =  5150  \r\nCallPort=1001\r\nQuoted=\"a b \"\r\nOne=\"\r\nOdd Key\r\n";
     EXPECT_EQ(ini.GetSection("Server", v), static_cast<int>(section.size()));
     EXPECT_EQ(static_cast<char*>(v), section);
-    EXPECT_EQ(ini.GetSection("Nowhere", v), 0);
 
     for (const char* yes : {"y", "Yes", "S", "sim", "1", "TRUE"})
         EXPECT_TRUE(CINIFile::IsTrue(CStr(yes))) << yes;
     for (const char* no : {"", "N", "0", "yes ", "T", "11"})
         EXPECT_FALSE(CINIFile::IsTrue(CStr(no))) << no;
-    EXPECT_FALSE(CINIFile::IsTrue(CStr()));
 }
 
 TEST(CINIFile, PutValueEditsInPlace)
@@ -157,7 +140,6 @@ TEST(CINIFile, PutValueEditsInPlace)
     ini.PutValue("q1", CStr("\""));
     EXPECT_EQ(Get(ini, "q"), "quoted");
     EXPECT_EQ(Get(ini, "q1"), "\"");
-    EXPECT_EQ(Get(ini, "y"), "2");
 
     // A value longer than one read piece is replaced as a whole line.
     ini.SetSection("A");
@@ -180,10 +162,6 @@ TEST(CINIFile, PutValueEditsInPlace)
     WriteFile(path, "[S]");
     ini.SetSection("S");
     ini.PutValue("k", CStr("v"));
-    EXPECT_EQ(ReadFile(path), "[S]\r\nk=v\r\n");
-
-    CINIFile ro(path.c_str(), "S", false);
-    ro.PutValue("k", CStr("changed"));
     EXPECT_EQ(ReadFile(path), "[S]\r\nk=v\r\n");
 }
 
@@ -232,54 +210,40 @@ TEST(CINIFile, RandomEditsRoundTrip)
     auto pick = [&](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
     // No 'k' and no '[': plain text never looks like one of the keys or a header.
     const std::string plain = "abcdefghijlmnopqrstuvwxyzABCDEFGHIJLMNOPQRSTUVWXYZ0123456789_.-";
-    auto plainText = [&](int len) {
+    auto text = [&](int len, bool junk) {
         std::string s;
-        for (int i = 0; i < len; ++i)
-            s += plain[pick(static_cast<int>(plain.size()))];
-        return s;
-    };
-    auto junkText = [&](int len) {
-        std::string s;
-        for (int i = 0; i < len; ++i) {
-            char c = static_cast<char>(1 + pick(255));
+        while (len-- > 0) {
+            char c = junk ? static_cast<char>(1 + pick(255)) : plain[pick(static_cast<int>(plain.size()))];
             s += (c == 'k' || c == 'K' || c == '[') ? '"' : c;
         }
         return s;
     };
 
     CINIFile ini(path.c_str(), "", true);
-    std::map<std::pair<int, int>, std::string> expected;
+    std::map<std::string, std::string> expected;  // "section/key" -> value
     for (int round = 0; round < 400; ++round) {
-        const int section = pick(5), key = pick(20);
-        char sectionName[8], keyName[8];
-        snprintf(sectionName, sizeof sectionName, "S%d", section);
-        snprintf(keyName, sizeof keyName, "k%02d", key);
-        ini.SetSection(sectionName);
-        std::string value;
-        switch (pick(5)) {
-        case 0: value = junkText(1 + pick(60)); break;
-        case 1: value = plainText(1100 + pick(2000)); break;
-        case 2: value = "\"" + plainText(pick(20)) + "\""; break;
-        default: value = plainText(pick(80)); break;
-        }
-        EXPECT_EQ(ini.PutValue(keyName, CStr(value.c_str())), static_cast<int>(value.size()));
-        std::string back = Get(ini, keyName);
-        if (value.find_first_not_of(plain + "\"") != std::string::npos) {
-            expected.erase({section, key});
+        const std::string section = "S" + std::to_string(pick(5)), key = "k" + std::to_string(10 + pick(20));
+        const int kind = pick(5);
+        std::string value = kind == 0 ? text(1 + pick(60), true)
+                          : kind == 1 ? text(1100 + pick(2000), false)  // longer than one read piece
+                          : kind == 2 ? "\"" + text(pick(20), false) + "\""
+                                      : text(pick(80), false);
+        ini.SetSection(section.c_str());
+        EXPECT_EQ(ini.PutValue(key.c_str(), CStr(value.c_str())), static_cast<int>(value.size()));
+        const std::string back = Get(ini, key.c_str());
+        if (kind == 0) {
+            expected.erase(section + "/" + key);
             continue;
         }
-        std::string want = value.substr(0, 1023 - 4);
-        if (want.size() >= 2 && want.front() == '"' && want.back() == '"')
-            want = want.substr(1, want.size() - 2);
-        EXPECT_EQ(back, want) << "round " << round;
-        expected[{section, key}] = want;
+        value = value.substr(0, 1023 - 4);
+        if (kind == 2)
+            value = value.substr(1, value.size() - 2);
+        EXPECT_EQ(back, value) << "round " << round;
+        expected[section + "/" + key] = value;
     }
     for (const auto& [where, want] : expected) {
-        char sectionName[8], keyName[8];
-        snprintf(sectionName, sizeof sectionName, "S%d", where.first);
-        snprintf(keyName, sizeof keyName, "k%02d", where.second);
-        ini.SetSection(sectionName);
-        EXPECT_EQ(Get(ini, keyName), want) << sectionName << "/" << keyName;
+        ini.SetSection(where.substr(0, 2).c_str());
+        EXPECT_EQ(Get(ini, where.substr(3).c_str()), want) << where;
     }
     std::set<std::string> sections;
     CStr name;
@@ -287,24 +251,20 @@ TEST(CINIFile, RandomEditsRoundTrip)
         sections.insert(static_cast<char*>(name));
     EXPECT_EQ(sections, (std::set<std::string>{"S0", "S1", "S2", "S3", "S4"}));
 
-    // Raw garbage, NUL bytes and lines of any length: every operation stays in bounds.
+    // Raw garbage with NUL bytes and lines of any length: every operation stays in bounds.
     for (int round = 0; round < 30; ++round) {
         std::string raw;
-        const int len = pick(6000);
-        for (int i = 0; i < len; ++i)
+        for (int len = pick(6000); len > 0; --len)
             raw += pick(8) == 0 ? "\n[S1]\r\nk="[pick(9)] : static_cast<char>(pick(256));
         WriteFile(path, raw);
         ini.SetSection("S1");
-        CStr v;
         Get(ini, "k");
-        ini.HasKey("k01");
-        ini.GetSection("S1", v);
-        int guard = 0;
-        for (ini.GetSectionName(1, v); ini.GetNextSectionName(v) && guard < 10000; ++guard) {
+        ini.GetSection("S1", name);
+        for (int guard = ini.GetSectionName(1, name); ini.GetNextSectionName(name) && guard < 10000; ++guard) {
         }
-        ini.PutValue("k", CStr(junkText(pick(1500)).c_str()));
+        ini.PutValue("k", CStr(text(pick(1500), true).c_str()));
         ini.SetSection(pick(2) ? "S1" : "New");
-        ini.PutNextValue("k", CStr(plainText(pick(50)).c_str()));
+        ini.PutNextValue("k", CStr(text(pick(50), false).c_str()));
         ini.PutNextValue("k2", CStr());
         ini.Close();
         ini.PutValue("k3", CStr("v"));
