@@ -65,27 +65,17 @@ long CInterface::Caught(TResult r, int line, const char* module, const char* ftn
 
 // ---- raw accessors ----
 
-void CInterface::AppendByte(uint8_t v)
+namespace {
+template <class V>
+void WriteRaw(TIMsg* m, V v)
 {
-    if (_msg->h.length + 1 <= kMsgDataSize)
-        _msg->data[_msg->h.length++] = v;
+    const int at = m->h.length;
+    if (at + static_cast<int>(sizeof(V)) <= kMsgDataSize) {
+        std::memcpy(m->data + at, &v, sizeof(V));
+        m->h.length = static_cast<uint16_t>(at + sizeof(V));
+    }
 }
 
-#define KV_APPEND_RAW(v)                                              \
-    do {                                                              \
-        const int at = _msg->h.length;                                \
-        if (at + static_cast<int>(sizeof(v)) <= kMsgDataSize) {      \
-            std::memcpy(_msg->data + at, &(v), sizeof(v));            \
-            _msg->h.length = static_cast<uint16_t>(at + sizeof(v));   \
-        }                                                             \
-    } while (0)
-
-void CInterface::AppendWord(uint16_t v) { KV_APPEND_RAW(v); }
-void CInterface::AppendLong(uint32_t v) { KV_APPEND_RAW(v); }
-void CInterface::AppendLongLong(uint64_t v) { KV_APPEND_RAW(v); }
-void CInterface::AppendDouble(double v) { KV_APPEND_RAW(v); }
-
-namespace {
 template <class V>
 V ReadRaw(const TIMsg* m, short& pos)
 {
@@ -97,6 +87,12 @@ V ReadRaw(const TIMsg* m, short& pos)
     return v;
 }
 }  // namespace
+
+void CInterface::AppendByte(uint8_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendWord(uint16_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendLong(uint32_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendLongLong(uint64_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendDouble(double v) { WriteRaw(_msg, v); }
 
 uint8_t CInterface::GetByte() { return ReadRaw<uint8_t>(_msg, _readPos); }
 uint16_t CInterface::GetWord() { return ReadRaw<uint16_t>(_msg, _readPos); }
@@ -133,6 +129,15 @@ int StrUnits(const CStr& s)
     const int n = s.Length();
     return n > 0 ? n : 0;
 }
+
+// The count word and the low 16 bits of each character; room has been checked.
+void PutUnits(CInterface& i, const CStr& s, int n)
+{
+    i.AppendWord(static_cast<uint16_t>(n));
+    const wchar_t* w = s.WStr();
+    for (int k = 0; k < n; ++k)
+        i.AppendWord(static_cast<uint16_t>(w[k]));
+}
 }  // namespace
 
 void CInterface::Pack(char v) { AppendType(TAG_CHAR, 1); AppendByte(static_cast<uint8_t>(v)); }
@@ -148,10 +153,7 @@ void CInterface::Pack(const CStr& v)
 {
     const int n = StrUnits(v);
     AppendType(TAG_STR, 2 + 2 * n);
-    AppendWord(static_cast<uint16_t>(n));
-    const wchar_t* w = v.WStr();
-    for (int i = 0; i < n; ++i)
-        AppendWord(static_cast<uint16_t>(w[i]));
+    PutUnits(*this, v, n);
 }
 
 void CInterface::Pack(char* p) { if (AppendPType(TAG_PCHAR, 1, p)) AppendByte(static_cast<uint8_t>(*p)); }
@@ -166,12 +168,8 @@ void CInterface::Pack(CDate* p) { if (AppendPType(TAG_PDATE, 8, p)) AppendLongLo
 void CInterface::Pack(CStr* p)
 {
     const int n = p ? StrUnits(*p) : 0;
-    if (!AppendPType(TAG_PSTR, 2 + 2 * n, p))
-        return;
-    AppendWord(static_cast<uint16_t>(n));
-    const wchar_t* w = p->WStr();
-    for (int i = 0; i < n; ++i)
-        AppendWord(static_cast<uint16_t>(w[i]));
+    if (AppendPType(TAG_PSTR, 2 + 2 * n, p))
+        PutUnits(*this, *p, n);
 }
 
 void CInterface::Pack(const void* block, short n)
@@ -221,9 +219,10 @@ void CInterface::Unpack(long long& v) { CheckType(TAG_LONGLONG, 8); v = static_c
 void CInterface::Unpack(CCur& v) { CheckType(TAG_CUR, 8); v.SetValue(static_cast<int64_t>(GetLongLong())); }
 void CInterface::Unpack(CDate& v) { CheckType(TAG_DATE, 8); v.SetTicks(GetLongLong()); }
 
-// The count word has been consumed. Each 16-bit unit becomes one character with the
-// unit's unsigned value: the wire carries UTF-16 units, and 0x8000..0xFFFF are ordinary
-// characters, not negative ones.
+// The count word, then the units. Each 16-bit unit becomes one character with the unit's
+// unsigned value: the wire carries UTF-16 units, and 0x8000..0xFFFF are ordinary
+// characters, not negative ones. Assign reserves room for all of them at once (the string
+// grows at most once) and replaces the old text.
 void CInterface::UnpackChars(CStr& v)
 {
     const int n = GetWord();
@@ -232,7 +231,6 @@ void CInterface::UnpackChars(CStr& v)
     wchar_t units[kMsgDataSize / 2];
     for (int i = 0; i < n; ++i)
         units[i] = static_cast<wchar_t>(GetWord());
-    v.SetBuffer(static_cast<short>(n), false);
     v.Assign(units, static_cast<short>(n));
 }
 

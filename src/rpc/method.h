@@ -167,7 +167,8 @@ template <class T> struct Slot<T*> {
 // Serving side of one request whose arguments are W...: checks the request, unpacks it,
 // calls f (with the header object first when `withObject`), and unless the request is
 // one-way turns the same buffer into the reply: source and destination swapped, the
-// by-reference arguments packed back, the handler's result in the result field.
+// by-reference arguments packed back, the handler's result in the result field. A handler
+// may set the header's flag byte to mark the reply for flag-skip callers.
 template <bool withObject, class... W, class S, class O, class F>
 long Serve(S& self, [[maybe_unused]] O&& object, F&& f)
 {
@@ -175,6 +176,7 @@ long Serve(S& self, [[maybe_unused]] O&& object, F&& f)
     std::tuple<Slot<W>...> slots;
     std::apply([&](auto&... s) { (s.Read(self), ...); }, slots);
     self.EndUnpack();
+    const bool oneWay = self.Msg()->h.flag != 0;
     const long r = std::apply(
         [&](auto&... s) -> long {
             if constexpr (withObject)
@@ -185,7 +187,7 @@ long Serve(S& self, [[maybe_unused]] O&& object, F&& f)
         slots);
     TIMsg* m = self.Msg();
     m->h.result = static_cast<int16_t>(r);
-    if (m->h.flag == 0) {
+    if (!oneWay) {
         std::swap(m->h.source, m->h.destination);
         m->h.length = 0;
         std::apply([&](auto&... s) { (s.Reply(self), ...); }, slots);
