@@ -39,7 +39,8 @@ public:
     void Pack(long long v);
     void Pack(const CCur& v);
     void Pack(const CDate& v);
-    void Pack(const CStr& v);
+    void Pack(const CStr& v);                                // low 16 bits of each character
+    void Pack(const char*) = delete;                         // would silently pack as a bool
     void Pack(char* p);
     void Pack(bool* p);
     void Pack(short* p);
@@ -52,7 +53,8 @@ public:
     void Pack(const void* block, short n);                   // tag 16
     void EndPack() { AppendType(TAG_END, 0); }
 
-    // Raw accessors, no checks of their own.
+    // Raw accessors, no protocol checks of their own; they never step outside the buffer
+    // (reads past it give 0, writes past it are dropped).
     void AppendByte(uint8_t v);
     void AppendWord(uint16_t v);
     void AppendLong(uint32_t v);
@@ -75,7 +77,7 @@ public:
     void Unpack(long long& v);
     void Unpack(CCur& v);
     void Unpack(CDate& v);
-    void Unpack(CStr& v);
+    void Unpack(CStr& v);                                    // units arrive as 0..0xFFFF
     char* Unpack(char* p);
     bool* Unpack(bool* p);
     short* Unpack(short* p);
@@ -115,6 +117,8 @@ public:
     uint16_t Sequence() const { return _sequence; }
 
 protected:
+    void UnpackChars(CStr& v);                               // the count word, then the units
+
     TIMsg _buffer;
     TIMsg* _msg;
     short _readPos;
@@ -134,6 +138,7 @@ public:
     void InitPack(uint8_t function, unsigned long object, bool oneWay);
     void InitUnpack();                                       // the ten reply checks
     void Call();                                             // send, wait, retry after a reconnect
+    bool OneWay() const { return _msg->h.flag != 0; }
 
     // Generic functions 2..12, answered by every interface (module Process).
     long GetVersion(long* version);
@@ -147,4 +152,11 @@ public:
     long SetNumber(long id, long number);
     long GetName(long id, CStr* name);
     long SetName(long id, const CStr& name);
+
+private:
+    bool DrainStale();
+
+    // The request as sent: the reply (or a management message) is read over the current
+    // message, and a retry after a reconnect must send the same bytes again.
+    TIMsg _request;
 };

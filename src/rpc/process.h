@@ -3,6 +3,7 @@
 // CServerProcess: the server form (listening call and events ports, many clients).
 #pragma once
 #include <cstdint>
+#include <set>
 #include "foundation/ini.h"
 #include "foundation/list.h"
 #include "foundation/log.h"
@@ -59,6 +60,8 @@ public:
     void InitLog();                                          // section "Log" of the INI file
     void MainLoop() { MainLoopInner(); }
     long GetMsg(CSocket* socket, TPort port);                // serve one incoming call
+    // The serving half of GetMsg, for a message already read from the socket.
+    long ServeMsg(TIMsg* msg, CSocket* socket, TPort port);
     long ProcessMsg(TIMsg* msg, CSocket* socket);            // find the serving interface, run it
     void AddInterface(CInterface* i) { _interfaces.Append(i); }
     CKVList<CInterface, CInterface>& Interfaces() { return _interfaces; }
@@ -109,6 +112,11 @@ protected:
     uint8_t _shutdownWithServer;
     uint8_t _logBroken;
     CSocket* _served;
+
+private:
+    void OpenLogs(const char* logName, const char* banner);
+    void SetHost(const CStr& name);
+    CTimer* FindTimer(short number, short kind, unsigned long owner) const;
 };
 
 class CClientProcess : public CProcess {
@@ -136,6 +144,9 @@ protected:
     CSocket* _callSocket;
     CSocket* _eventsSocket;
     bool _events;
+
+private:
+    void CreateSockets(void* event, void* window, unsigned int message);
 };
 
 // A real, reusable server loop: accepts clients on a call port and an events port, pairs each
@@ -143,8 +154,6 @@ protected:
 // ProcessMsg and can call out over a client's events socket.
 class CServerProcess : public CProcess {
 public:
-    struct Client;   // one connected client: its call socket and events socket
-
     CServerProcess(const char* logName, const char* banner, unsigned short callPort,
                    unsigned short eventsPort, long callTimeout);
     ~CServerProcess() override;
@@ -161,18 +170,35 @@ public:
     void CloseEventsSocket(CSocket* s) override;
     void CloseCallsSocket(CSocket* s) override;
 
-    // Hooks for the program built on it.
+    // Hooks for the program built on it: a client's pair of sockets is complete / broken.
     virtual void ClientConnected(long clientId) { (void)clientId; }
     virtual void ClientDisconnected(long clientId) { (void)clientId; }
-    // The events socket of a connected client, or null.
+    // The open events socket of a client, or null. Ask again before each use: a socket
+    // that closes is destroyed at the end of the pass that noticed it.
     CSocket* EventsSocketOf(long clientId) const;
     CSocket* CallSocketOf(long clientId) const;
-    int ClientCount() const;
+    int ClientCount() const;                                 // distinct client IDs with an open socket
+    int SocketCount() const { return _callSockets.Items() + _eventsSockets.Items(); }
     void DropClient(long clientId);
     void Shutdown();                                         // SHUTDOWN to every client socket
 
 protected:
     CServerSocket* _callListener;
     CServerSocket* _eventsListener;
-    CKVList<CSocket, CSocket> _sockets;                      // every accepted socket
+    // Accepted sockets by the port they came in on. A closed socket stays listed until
+    // the end of the pass, so nothing in the middle of a pass can lose its socket.
+    CKVList<CSocket, CSocket> _callSockets;
+    CKVList<CSocket, CSocket> _eventsSockets;
+
+private:
+    CKVList<CSocket, CSocket>& ListOf(TPort port) { return port == EVENTS_PORT ? _eventsSockets : _callSockets; }
+    static CSocket* OpenSocketOf(const CKVList<CSocket, CSocket>& list, long clientId);
+    void AcceptAll(CServerSocket* listener, TPort port);
+    int ServeSocket(CSocket* s, TPort port);
+    void NameSocket(CSocket* s, TPort port, long clientId);
+    void DropBroken(CSocket* s, TPort port, const char* why);
+    void Sweep();
+
+    std::set<long> _paired;                                  // IDs announced by ClientConnected
+    int _depth;                                              // > 0 inside a pass: deletions wait
 };

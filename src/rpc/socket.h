@@ -19,8 +19,7 @@ public:
     explicit CSocketMsg(const TIMsg* m);
     ~CSocketMsg() override = default;
     TIMsg _msg;
-    CDate _queued;
-    long _queuedTicks;     // CTimer::Ticks() when queued, for the age-out
+    CDate _queued;         // when queued; a message older than the call timeout is dropped unsent
 };
 
 class CSocket : public CElement<CSocket, CSocket> {
@@ -53,7 +52,7 @@ public:
     int Descriptor() const { return _fd; }
     bool Synchronous() const { return _synchronous != 0; }
     void SetSynchronous(bool on) { _synchronous = on ? 1 : 0; }
-    void SetNonBlocking();
+    bool SetNonBlocking();
     bool SetSocketOptions();
     void SaveError(int line, const char* file);
     int LastError() const { return _lastError; }
@@ -92,6 +91,8 @@ public:
     CParent _parent;
 
 protected:
+    bool NewDescriptor();
+
     int _fd;
     int _lastError;
     int _synchronous;
@@ -132,10 +133,24 @@ public:
     bool OpenLogPort(unsigned short port);
     void CheckForLogClients();
     void SocketOutput(const char* text);
-    int PortNo() const { return _port; }
+    int PortNo() const { return BoundPort(); }
     int ClientCount() const { return _clients.Items(); }
 
 private:
     CKVList<CSocket, CSocket> _clients;
     bool _inOutput = false;
+};
+
+// A log whose lines also go to the TCP watchers of its own log port.
+class CWatchedLog : public CLog {
+public:
+    CWatchedLog(CProcess* process, unsigned short port, const char* name, const char* title,
+                short stampMode, long maxSize, short archives, bool header, bool keepOpen);
+    void SocketOutput(const char* text) override { _port.SocketOutput(text); }
+    void CheckForLogClients() override { _port.CheckForLogClients(); }
+    int PortNo() override { return _port.PortNo(); }
+    CSocketLog& LogPort() { return _port; }
+
+private:
+    CSocketLog _port;
 };
