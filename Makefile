@@ -40,7 +40,7 @@ fuzz:
 	FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run.sh build/fuzz
 
 # Transport benchmarks (Google Benchmark, Release, x86_64): pinned to CPU 0, then unpinned.
-BENCH_ARGS ?=
+BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 bench:
 	@tools/deps.sh base bench
 	cmake -S . -B build/bench -DKV_BENCH=ON -DKV_TESTS=OFF -DCMAKE_BUILD_TYPE=Release >/dev/null
