@@ -23,7 +23,7 @@ bool SafeText(const CStr& s, bool name)
     if (s.Length() > 255 || (name && s.Length() == 0))
         return false;
     for (short i = 1; i <= s.Length(); ++i) {
-        const wchar_t c = s.Char(i);
+        const wchar_t c = s.Char(i) & 0xFF;   // what the file gets: the low byte
         if (c == '\r' || c == '\n' || c == 0 || (name && (c == '[' || c == ']' || c == '=')))
             return false;
     }

@@ -180,7 +180,7 @@ std::string CSimServer::Command(const std::string& line)
         long grade = 0, level = 0;
         double price = 0;
         CSimGrade* g = Number(a, &grade) ? fc.Grades().List().FindByNumber(grade) : nullptr;
-        if (!g || !Number(b, &level) || (level != 1 && level != 2) || !Decimal(c, &price) || price < 0)
+        if (!g || !Number(b, &level) || (level != 1 && level != 2) || !Decimal(c, &price) || price < 0 || price > 10000)
             return "error price <grade> <1|2> <price>\n";
         fc.SetGradePrice(*g, static_cast<short>(level), CCur::FromDouble(price).Value());
         return "ok price grade " + a + " level " + b + " " + c + "\n";

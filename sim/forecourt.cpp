@@ -1,6 +1,8 @@
 // The pump state machine, deliveries in simulated time, and the forecourt-wide operations.
 #include "sim/forecourt.h"
 
+#include <cmath>
+
 #include "rpc/process.h"
 #include "sim/served.h"
 
@@ -219,15 +221,17 @@ CTankReading CForecourt::Reading(const CSimTank& t) const
             r.level = s.back().first;
             for (size_t i = 1; i < s.size(); ++i)
                 if (t.volume <= s[i].second) {
-                    const Raw dv = s[i].second - s[i - 1].second;
-                    const Raw v = t.volume - s[i - 1].second;
-                    r.level = s[i - 1].first + (dv > 0 ? DivRound((s[i].first - s[i - 1].first) * v, dv) : 0);
+                    const double dv = static_cast<double>(s[i].second - s[i - 1].second);
+                    const double v = static_cast<double>(t.volume - s[i - 1].second);
+                    const double dl = static_cast<double>(s[i].first - s[i - 1].first);
+                    r.level = s[i - 1].first + (dv > 0 ? std::llround(dl * v / dv) : 0);
                     if (t.volume < s[0].second)
                         r.level = s[0].first;
                     break;
                 }
         } else if (t.capacity > 0) {
-            r.level = DivRound(t.height * t.volume, t.capacity);
+            r.level = std::llround(static_cast<double>(t.height) * static_cast<double>(t.volume) /
+                                   static_cast<double>(t.capacity));
         }
     }
     return r;
@@ -286,7 +290,8 @@ long CForecourt::Authorise(CSimPump& p, const CAuth& auth, bool reserved)
     if (auth.hose < 0 || auth.hose > HoseCount(p) || auth.level < 0 || auth.level > 2)
         return SR_BAD_VALUE;
     if (auth.presetType < PRESET_NONE || auth.presetType > PRESET_VOLUME ||
-        (auth.presetType != PRESET_NONE && auth.presetValue <= 0))
+        (auth.presetType != PRESET_NONE && (auth.presetValue <= 0 || auth.presetValue > kMaxAmount)) ||
+        !Within(auth.price, kMaxPrice))
         return SR_BAD_VALUE;
     if (StackFull(p))
         return SR_STACK_FULL;
@@ -558,7 +563,9 @@ void CForecourt::Flow(CSimPump& p, CSimDelivery& d, long ms)
     else if (d.presetType == PRESET_MONEY && d.price > 0)
         // The least volume whose money rounds to the preset (money is kept to the cent).
         limit = (d.presetValue * 10000 - 500000 + d.price - 1) / d.price;
-    if (limit >= 0 && d.volume + add >= limit) {
+    if (limit < 0 || limit > kMaxAmount)
+        limit = kMaxAmount;   // no delivery runs on without end
+    if (d.volume + add >= limit) {
         add = limit - d.volume;
         if (add < 0)
             add = 0;
@@ -639,7 +646,8 @@ long CForecourt::RecordDelivery(CSimPump& p, short hoseNumber, const CAuth& auth
     CSimHose* h = HoseOf(p, hoseNumber);
     if (!h)
         return SR_NOT_FOUND;
-    if (volume < 0 || money < 0)
+    if (!Within(volume, kMaxAmount) || !Within(money, kMaxAmount) || !Within(price, kMaxPrice) ||
+        (totalsGiven && (!Within(volumeTotal, kMaxTotal) || !Within(moneyTotal, kMaxTotal))))
         return SR_BAD_VALUE;
     const long id = NewID(nextDeliveryId);
     CStr name;

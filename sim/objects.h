@@ -43,6 +43,14 @@ protected:
 // Money and volumes in CCur's raw unit (value x 10000).
 using Raw = int64_t;
 
+// Bounds on what clients and drivers may set, so that no product or sum of them overflows:
+// a delivery's volume times its price stays far below the 64-bit limit.
+constexpr Raw kMaxAmount = 10000000000LL;         // 1,000,000 litres, or money units
+constexpr Raw kMaxPrice = 100000000LL;            // 10,000 per litre
+constexpr Raw kMaxTotal = 1000000000000000LL;     // hose totals
+constexpr long kMaxFlowMls = 100000;              // 100 litres per second
+inline bool Within(Raw v, Raw max) { return v >= 0 && v <= max; }
+
 struct CSimGrade : CSimObject<CSimGrade> {
     KV_SIM_OBJECT(CSimGrade)
     CStr shortName;

@@ -3,17 +3,21 @@
 #pragma once
 #include "client/IDBTable.h"
 #include "client/IEventsTable.h"
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 namespace sim {
 
 class CEventsOut : public CClientInterface {
-    KV_PROXY(IF_EVENTS, "IEvents")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_EVENTS, "IEvents")
     KV_IEVENTS_TABLE(KV_METHOD)
 };
 
 class CDBOut : public CClientInterface {
-    KV_PROXY(IF_DB, "IDB")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_DB, "IDB")
     KV_IDB_TABLE(KV_METHOD)
 };
 

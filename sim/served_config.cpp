@@ -88,6 +88,8 @@ long CHosesIf::SaveETotals(CSimHose* h, const CCur& volume, const CCur& money)
 {
     if (!h)
         return kNoObject;
+    if (!Within(volume.Value(), kMaxTotal) || !Within(money.Value(), kMaxTotal))
+        return SR_BAD_VALUE;
     _fc.SaveTotals(*h, volume.Value(), money.Value());
     return SR_OK;
 }
@@ -96,6 +98,8 @@ long CHosesIf::SetETotals(CSimHose* h, const CCur& volume, const CCur& money)
 {
     if (!h)
         return kNoObject;
+    if (!Within(volume.Value(), kMaxTotal) || !Within(money.Value(), kMaxTotal))
+        return SR_BAD_VALUE;
     h->volumeTotal = volume.Value();
     h->moneyTotal = money.Value();
     return SR_OK;
@@ -115,8 +119,10 @@ long CHosesIf::SetPrice(CSimHose* h, short level, const CCur& price)
 {
     if (!h)
         return kNoObject;
-    if ((level != 1 && level != 2) || price.Value() < 0)
+    if (level != 1 && level != 2)
         return SR_NOT_FOUND;
+    if (!Within(price.Value(), kMaxPrice))
+        return SR_BAD_VALUE;
     h->shownPrice[level - 1] = price.Value();
     return SR_OK;
 }
@@ -143,7 +149,7 @@ long CGradesIf::Set(long id, long number, const CStr& name, const CStr& shortNam
     CSimGrade* g = _fc.Grade(id);
     if (!g)
         return kNoObject;
-    if (price1.Value() < 0 || price2.Value() < 0)
+    if (!Within(price1.Value(), kMaxPrice) || !Within(price2.Value(), kMaxPrice))
         return SR_BAD_VALUE;
     g->SetNumber(number);
     g->SetName(name);
@@ -172,7 +178,7 @@ long CGradesIf::SetPrice(CSimGrade* g, short level, const CCur& price)
         return kNoObject;
     if (level != 1 && level != 2)
         return SR_NOT_FOUND;
-    if (price.Value() < 0)
+    if (!Within(price.Value(), kMaxPrice))
         return SR_BAD_VALUE;
     _fc.SetGradePrice(*g, level, price.Value());
     return SR_OK;
@@ -201,7 +207,7 @@ long CTanksIf::Set(long id, long number, const CStr& name, long gradeId, const C
     CSimTank* t = _fc.Tank(id);
     if (!t)
         return kNoObject;
-    if (capacity.Value() < 0 || gaugeCapacity.Value() < 0)
+    if (!Within(capacity.Value(), kMaxAmount) || !Within(gaugeCapacity.Value(), kMaxAmount))
         return SR_BAD_VALUE;
     t->SetNumber(number);
     t->SetName(name);
@@ -247,13 +253,18 @@ long CTanksIf::LogStatus(CSimTank* t, const CCur& level, const CCur& waterLevel,
 {
     if (!t)
         return kNoObject;
+    for (const CCur* v : {&level, &waterLevel, &temperature, &water, &ullage, &net})
+        if (v->Value() < -kMaxAmount || v->Value() > kMaxAmount)
+            return SR_BAD_VALUE;
+    if (!Within(gross.Value(), kMaxAmount))
+        return SR_BAD_VALUE;
     t->reported = true;
     t->reportedLevel = level.Value();
     t->reportedNet = net.Value();
     t->reportedUllage = ullage.Value();
     t->waterLevel = waterLevel.Value();
     t->temperature = temperature.Value();
-    t->volume = gross.Value() < 0 ? 0 : gross.Value();
+    t->volume = gross.Value();
     t->waterVolume = water.Value();
     t->gaugeState = gaugeState;
     t->alarms = alarms;
@@ -275,9 +286,12 @@ long CTanksIf::LogAlarm(CSimTank* t, short code, short raised, const CStr& text)
 
 long CTanksIf::SetGaugeCapacity(CSimTank* t, const CCur& capacity)
 {
-    if (t)
-        t->gaugeCapacity = capacity.Value();
-    return t ? SR_OK : kNoObject;
+    if (!t)
+        return kNoObject;
+    if (!Within(capacity.Value(), kMaxAmount))
+        return SR_BAD_VALUE;
+    t->gaugeCapacity = capacity.Value();
+    return SR_OK;
 }
 
 long CTanksIf::SetResponding(CSimTank* t, short responding)
@@ -313,8 +327,10 @@ long CTanksIf::SetStrappingPoint(CSimTank* t, long index, const CCur& level, con
         return kNoObject;
     auto& s = t->strapping;
     const size_t size = s.size();
-    if (index < 0 || static_cast<size_t>(index) > size || size >= 1000)
+    if (index < 0 || static_cast<size_t>(index) > size || (static_cast<size_t>(index) == size && size >= 1000))
         return SR_NOT_FOUND;
+    if (!Within(level.Value(), kMaxAmount) || !Within(volume.Value(), kMaxAmount))
+        return SR_BAD_VALUE;
     const size_t i = static_cast<size_t>(index);
     if ((i > 0 && s[i - 1].first >= level.Value()) || (i + 1 < size && s[i + 1].first <= level.Value()))
         return SR_BAD_VALUE;

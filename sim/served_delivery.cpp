@@ -182,7 +182,8 @@ long CDeliveriesIf::SetEx(long id, long pumpId, short hose, short presetType, co
         return kNoObject;
     if (d->state == DS_RUNNING)
         return SR_RUNNING;
-    if (state < DS_COMPLETED || state > DS_CLEARED || lockOwner < 0 || volume.Value() < 0 || money.Value() < 0)
+    if (state < DS_COMPLETED || state > DS_CLEARED || lockOwner < 0 || !Within(volume.Value(), kMaxAmount) ||
+        !Within(money.Value(), kMaxAmount) || !Within(price.Value(), kMaxPrice) || !Within(netVolume.Value(), kMaxAmount))
         return SR_BAD_VALUE;
     d->pumpId = pumpId;
     d->hoseNumber = hose;

@@ -85,7 +85,7 @@ long CPumpsIf::SetEx(long id, long number, const CStr& name, short protocol, sho
     CSimPump* p = _fc.Pump(id);
     if (!p)
         return kNoObject;
-    if (level < 1 || level > 2 || flow < 0)
+    if (level < 1 || level > 2 || flow < 0 || flow > kMaxFlowMls)
         return SR_BAD_VALUE;
     p->SetNumber(number);
     p->SetName(name);
@@ -322,7 +322,7 @@ long CPumpsIf::LoadPresetWithPrice(CSimPump* p, short type, const CCur& value, s
 {
     if (!p)
         return kNoObject;
-    if (price.Value() < 0)
+    if (!Within(price.Value(), kMaxPrice))
         return SR_BAD_VALUE;
     CAuth a = Preset(DT_POSTPAY, type, value, level, hose);
     a.price = price.Value();
@@ -486,7 +486,7 @@ long CPumpsIf::PaymentAuthorise(CSimPump* p, long reference, const CStr& text, l
     a.cardClientId = cardClientId;
     a.cardNumber = cardNumber;
     a.extTransaction = extTransaction;
-    a.price = price.Value() > 0 ? price.Value() : 0;
+    a.price = price.Value();
     return ReservedAuthorise(_fc, p, RES_PAYMENT, client, a);
 }
 
@@ -510,6 +510,8 @@ long CPumpsIf::ExternalEndDelivery(CSimPump* p, long hose, const CCur& volume, c
     if (hose < 1 || hose > 8)
         return SR_BAD_VALUE;
     // The running external delivery takes the reported figures; without one, a delivery is recorded.
+    if (!Within(volume.Value(), kMaxAmount) || !Within(money.Value(), kMaxAmount) || !Within(price.Value(), kMaxPrice))
+        return SR_BAD_VALUE;
     CSimDelivery* d = p->external ? _fc.Delivery(p->runningId) : nullptr;
     if (d && d->hoseNumber == hose) {
         d->volume = volume.Value();
