@@ -77,6 +77,8 @@ bool CControl::TakeLines(std::string& buf, std::vector<std::string>& lines)
 {
     size_t start = 0;
     for (size_t nl; (nl = buf.find('\n', start)) != std::string::npos; start = nl + 1) {
+        if (nl - start > kMaxLine)
+            return false;
         std::string line = buf.substr(start, nl - start);
         if (!line.empty() && line.back() == '\r')
             line.pop_back();

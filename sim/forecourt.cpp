@@ -476,6 +476,39 @@ long CForecourt::Hang(CSimPump& p)
     return SR_OK;
 }
 
+// A new delivery from the pump's hose under an authorisation, added to the list.
+CSimDelivery& CForecourt::NewDelivery(CSimPump& p, CSimHose& h, const CAuth& a, short level, Raw price)
+{
+    const long id = NewID(nextDeliveryId);
+    CStr name;
+    name.Format("Delivery %ld", id);
+    auto* d = new CSimDelivery(id, id, name);
+    d->pumpId = p.ID();
+    d->hoseId = h.ID();
+    d->hoseNumber = static_cast<short>(h.pumpHoseNumber);
+    d->gradeId = h.gradeId;
+    d->tankId = h.tankId;
+    d->presetType = a.presetType;
+    d->presetValue = a.presetValue;
+    d->priceLevel = LevelOf(p, level);
+    d->price = price > 0 ? price : HosePrice(h, d->priceLevel);
+    d->started = Now();
+    d->type = a.type;
+    d->attendantId = a.attendantId;
+    d->tag = a.tag;
+    d->cardNumber = a.cardNumber;
+    d->extTransaction = a.extTransaction;
+    d->cardClientId = a.cardClientId;
+    d->paymentRef = a.paymentRef;
+    d->paymentText = a.paymentText;
+    d->reserveClient = p.reserveClient;
+    d->volBefore = h.volumeTotal;
+    d->moneyBefore = h.moneyTotal;
+    _deliveries->List().Add(d);
+    p.lastDeliveryId = id;
+    return *d;
+}
+
 long CForecourt::StartDelivery(CSimPump& p, CSimHose& h)
 {
     // The pump's previous completed delivery waits on the stack while this one runs.
@@ -485,40 +518,14 @@ long CForecourt::StartDelivery(CSimPump& p, CSimHose& h)
             Emit(TSimEvent::Delivery, old->ID());
             Emit(TSimEvent::DBStack, old->ID());
         }
-    const long id = NewID(nextDeliveryId);
-    CStr name;
-    name.Format("Delivery %ld", id);
-    auto* d = new CSimDelivery(id, id, name);
     const CAuth& a = p.auth;
-    d->pumpId = p.ID();
-    d->hoseId = h.ID();
-    d->hoseNumber = h.pumpHoseNumber;
-    d->gradeId = h.gradeId;
-    d->tankId = h.tankId;
-    d->presetType = a.presetType;
-    d->presetValue = a.presetValue;
-    d->priceLevel = LevelOf(p, a.level);
-    d->price = a.price > 0 ? a.price : HosePrice(h, d->priceLevel);
-    d->started = Now();
-    d->state = DS_RUNNING;
-    d->type = a.type;
-    d->attendantId = a.attendantId;
-    d->volBefore = h.volumeTotal;
-    d->moneyBefore = h.moneyTotal;
-    d->tag = a.tag;
-    d->cardNumber = a.cardNumber;
-    d->extTransaction = a.extTransaction;
-    d->cardClientId = a.cardClientId;
-    d->paymentRef = a.paymentRef;
-    d->paymentText = a.paymentText;
-    d->reserveClient = p.reserveClient;
+    p.runningAuth = a;
+    CSimDelivery& d = NewDelivery(p, h, a, a.level, a.price);
     if (a.presetType == PRESET_MONEY)
-        d->authorised = a.presetValue;
+        d.authorised = a.presetValue;
     else if (a.presetType == PRESET_VOLUME)
-        d->authorised = Money(a.presetValue, d->price);
-    _deliveries->List().Add(d);
-    p.runningId = id;
-    p.lastDeliveryId = id;
+        d.authorised = Money(a.presetValue, d.price);
+    p.runningId = d.ID();
     p.auth.active = false;
     p.stopped = false;
     p.finished = false;
@@ -526,7 +533,7 @@ long CForecourt::StartDelivery(CSimPump& p, CSimHose& h)
     p.sinceProgress = 0;
     if (CSimAttendant* att = Attendant(a.attendantId))
         ++att->authorisations;
-    Emit(TSimEvent::Delivery, id);
+    Emit(TSimEvent::Delivery, d.ID());
     Notify(p);
     return SR_OK;
 }
@@ -599,11 +606,8 @@ void CForecourt::Complete(CSimPump& p, CSimDelivery& d)
     p.stopped = false;
     p.external = false;
     p.finished = p.nozzle != 0;
-    const bool reserved = p.reserveType != RES_NONE;
-    if (reserved) {
-        p.reserveType = RES_NONE;
-        p.reserveClient = 0;
-    }
+    p.reserveType = RES_NONE;   // a reservation ends with the delivery it authorised
+    p.reserveClient = 0;
     if (d.volume == 0) {
         // Nothing flowed: no delivery is kept, the clients hear of a zero delivery.
         const long id = d.ID();
@@ -622,14 +626,21 @@ void CForecourt::Complete(CSimPump& p, CSimDelivery& d)
         Notify(p);
         return;
     }
-    d.finished = Now();
-    d.state = DS_COMPLETED;
     if (d.type == DT_PREPAY && d.presetType == PRESET_MONEY && d.authorised > d.money)
         d.refund = d.authorised - d.money;
+    Finish(p, d, nullptr);
+}
+
+// A delivery that has ended: its record, the hose's totals (the given pair, else the old ones
+// plus the delivery), and the events of both.
+void CForecourt::Finish(CSimPump& p, CSimDelivery& d, const Raw* totals)
+{
+    d.finished = Now();
+    d.state = DS_COMPLETED;
     if (CSimHose* h = Hose(d.hoseId)) {
         d.volBefore = h->volumeTotal;
         d.moneyBefore = h->moneyTotal;
-        SaveTotals(*h, h->volumeTotal + d.volume, h->moneyTotal + d.money);
+        SaveTotals(*h, totals ? totals[0] : h->volumeTotal + d.volume, totals ? totals[1] : h->moneyTotal + d.money);
         d.volAfter = h->volumeTotal;
         d.moneyAfter = h->moneyTotal;
     }
@@ -649,46 +660,13 @@ long CForecourt::RecordDelivery(CSimPump& p, short hoseNumber, const CAuth& auth
     if (!Within(volume, kMaxAmount) || !Within(money, kMaxAmount) || !Within(price, kMaxPrice) ||
         (totalsGiven && (!Within(volumeTotal, kMaxTotal) || !Within(moneyTotal, kMaxTotal))))
         return SR_BAD_VALUE;
-    const long id = NewID(nextDeliveryId);
-    CStr name;
-    name.Format("Delivery %ld", id);
-    auto* d = new CSimDelivery(id, id, name);
-    d->pumpId = p.ID();
-    d->hoseId = h->ID();
-    d->hoseNumber = hoseNumber;
-    d->gradeId = h->gradeId;
-    d->tankId = h->tankId;
-    d->presetType = auth.presetType;
-    d->presetValue = auth.presetValue;
-    d->priceLevel = LevelOf(p, level);
-    d->price = price;
-    d->volume = volume;
-    d->money = money;
-    d->netVolume = volume;
-    d->type = auth.type;
-    d->tag = auth.tag;
-    d->cardNumber = auth.cardNumber;
-    d->extTransaction = auth.extTransaction;
-    d->cardClientId = auth.cardClientId;
-    d->paymentRef = auth.paymentRef;
-    d->started = d->finished = Now();
-    d->state = DS_COMPLETED;
-    d->volBefore = h->volumeTotal;
-    d->moneyBefore = h->moneyTotal;
-    if (totalsGiven)
-        SaveTotals(*h, volumeTotal, moneyTotal);
-    else
-        SaveTotals(*h, h->volumeTotal + volume, h->moneyTotal + money);
-    d->volAfter = h->volumeTotal;
-    d->moneyAfter = h->moneyTotal;
+    CSimDelivery& d = NewDelivery(p, *h, auth, level, price);
+    d.volume = volume;
+    d.money = money;
+    d.netVolume = volume;
     DrawFromTank(h->tankId, volume);
-    _deliveries->List().Add(d);
-    p.lastDeliveryId = id;
-    Emit(TSimEvent::Delivery, id);
-    Emit(TSimEvent::DBLogDelivery, id);
-    if (Tank(d->tankId))
-        Emit(TSimEvent::DBTankStatus, d->tankId);
-    Notify(p);
+    const Raw totals[2] = {volumeTotal, moneyTotal};
+    Finish(p, d, totalsGiven ? totals : nullptr);
     return SR_OK;
 }
 
@@ -797,8 +775,8 @@ CPumpView CForecourt::View(CSimPump& p)
         if (d->state != DS_RUNNING)
             ++v.unpaid;
     // The authorisation in force, or the one the running delivery was started with.
-    const CAuth& a = p.auth;
-    if (a.active) {
+    const CAuth& a = p.runningId ? p.runningAuth : p.auth;
+    if (p.runningId || a.active) {
         v.presetType = a.presetType;
         v.presetValue = a.presetValue;
         v.deliveryType = static_cast<short>(a.type);
@@ -823,16 +801,6 @@ CPumpView CForecourt::View(CSimPump& p)
         v.lockOwner = d->lockOwner;
         v.deliveryState = d->state;
         if (p.runningId) {
-            v.presetType = d->presetType;
-            v.presetValue = d->presetValue;
-            v.deliveryType = static_cast<short>(d->type);
-            v.attendantId = d->attendantId;
-            v.tag = d->tag;
-            v.cardClientId = d->cardClientId;
-            v.paymentRef = d->paymentRef;
-            v.paymentText = d->paymentText;
-            v.cardNumber = d->cardNumber;
-            v.extTransaction = d->extTransaction;
             v.authorisedAmount = d->authorised;
             h = Hose(d->hoseId);
         }

@@ -214,7 +214,9 @@ public:
     short StateOf(const CSimPump& p) const;
 
 private:
+    CSimDelivery& NewDelivery(CSimPump& p, CSimHose& h, const CAuth& a, short level, Raw price);
     long StartDelivery(CSimPump& p, CSimHose& h);
+    void Finish(CSimPump& p, CSimDelivery& d, const Raw* totals);
     void Flow(CSimPump& p, CSimDelivery& d, long ms);
     void Complete(CSimPump& p, CSimDelivery& d);
     bool StackFull(const CSimPump& p);

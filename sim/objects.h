@@ -125,6 +125,7 @@ struct CSimPump : CSimObject<CSimPump> {
     bool finished = false;      // the delivery ended with the nozzle still lifted
     bool external = false;      // the running delivery is an external controller's: no flow
     CAuth auth;
+    CAuth runningAuth;          // what the running delivery was started with
     short reserveType = RES_NONE;
     long reserveClient = 0;
     long runningId = 0;         // the delivery in progress

@@ -4,6 +4,8 @@
 #include <type_traits>
 #include "foundation/date.h"
 #include "foundation/str.h"
+#include "foundation/log.h"
+#include "rpc/interface.h"
 #include "rpc/method.h"
 #include "sim/objects.h"
 
@@ -51,6 +53,14 @@ inline bool InRange(const CDate& d, const CDate& from, const CDate& to)
     if (!to.IsEmpty() && (d.IsEmpty() || d.Ticks() > to.Ticks()))
         return false;
     return true;
+}
+
+// A device's raw protocol status, logged.
+inline long LogRaw(CInterface& i, const char* device, long number, short code, short previous, short channel)
+{
+    if (CLog* log = i.Trace())
+        log->Log("%s %ld raw status %d (was %d) channel %d", device, number, code, previous, channel);
+    return 0;
 }
 
 }  // namespace sim

@@ -293,11 +293,7 @@ long CSensorsIf::SetResponding(CSimSensor* s, short responding)
 
 long CSensorsIf::LogRawStatus(CSimSensor* s, short code, short previous, short channel)
 {
-    if (!s)
-        return kNoObject;
-    if (CLog* log = Trace())
-        log->Log("Sensor %ld raw status %d (was %d) channel %d", s->GetNumber(), code, previous, channel);
-    return SR_OK;
+    return s ? LogRaw(*this, "Sensor", s->GetNumber(), code, previous, channel) : kNoObject;
 }
 
 // ---------------------------------------------------------------- products

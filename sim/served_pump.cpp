@@ -117,23 +117,13 @@ long CPumpsIf::GetStatus(CSimPump* p, short* state, short* hose, long* deliveryI
                          short* reserveType, long* attendantId, CStr* stateText, CStr* errorText, short* level,
                          CCur* volume, CCur* money, CCur* price, short* errorCode)
 {
-    if (!p)
-        return kNoObject;
-    CPumpView v = _fc.View(*p);
-    Put(state, v.state);
-    Put(hose, v.hose);
-    Put(deliveryId, v.deliveryId);
-    Put(reserveClient, v.reserveClient);
-    Put(reserveType, v.reserveType);
-    Put(attendantId, v.attendantId);
-    Put(stateText, v.stateText);
-    Put(errorText, v.errorText);
-    Put(level, v.level);
-    Put(volume, v.volume);
-    Put(money, v.money);
-    Put(price, v.price);
-    Put(errorCode, v.errorCode);
-    return SR_OK;
+    long reserve = 0;
+    const long r = GetStatusEx(p, nullptr, nullptr, nullptr, state, hose, deliveryId, reserveClient, &reserve,
+                               attendantId, nullptr, nullptr, stateText, errorText, level, volume, money, price,
+                               errorCode, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr);
+    Put(reserveType, reserve);
+    return r;
 }
 
 long CPumpsIf::GetStatusEx(CSimPump* p, long* number, CStr* name, long* tankId, short* state, short* hose,
@@ -402,11 +392,7 @@ long CPumpsIf::KVTermPromptEvent(CSimPump* p, short key, short field, const CStr
 
 long CPumpsIf::LogRawStatus(CSimPump* p, short code, short previous, short channel)
 {
-    if (!p)
-        return kNoObject;
-    if (CLog* log = Trace())
-        log->Log("Pump %ld raw status %d (was %d) channel %d", p->GetNumber(), code, previous, channel);
-    return SR_OK;
+    return p ? LogRaw(*this, "Pump", p->GetNumber(), code, previous, channel) : kNoObject;
 }
 
 long CPumpsIf::SetDefaultPriceLevel(CSimPump* p, short level)

@@ -221,3 +221,29 @@ TEST(CSimServerWire, ReconnectAfterADropAndHostileClients)
     EXPECT_EQ(0, b.client.Count(&n));
     EXPECT_EQ(2, n);
 }
+
+TEST(CSimServerControl, CommandsAnswerOkOrErrorAndLongLinesEndTheConnection)
+{
+    LiveServer s;
+    CControlLine control(s.ControlPort());
+    EXPECT_EQ("error no pump 99", control("lift 99"));
+    EXPECT_EQ("error bad hose x", control("lift 1 x"));
+    EXPECT_EQ("error lift pump 1 Idle: result 2", control("lift 1 5"));
+    EXPECT_EQ("error flow in litres per second, 0 to 100", control("flow 500"));
+    EXPECT_EQ("ok flow 1.5", control("flow 1.5"));
+    EXPECT_EQ("error price <grade> <1|2> <price>", control("price 1 3 1.5"));
+    EXPECT_EQ("ok price grade 2 level 1 1.7", control("price 2 1 1.7"));
+    EXPECT_EQ("error tank <tank> <litres up to its capacity>", control("tank 1 99999"));
+    EXPECT_EQ("error client 5 has no open sockets", control("drop 5"));
+    EXPECT_EQ("error unknown command fly (try help)", control("fly"));
+    EXPECT_EQ("ok 0 sessions", control("clients"));
+    EXPECT_EQ("ok 0 deliveries", control("deliveries"));
+
+    // A line longer than the limit ends that connection; the port takes new ones.
+    CControlLine flood(s.ControlPort());
+    EXPECT_EQ("", flood(std::string(CControl::kMaxLine + 10, 'a')));
+    CControlLine next(s.ControlPort());
+    EXPECT_EQ("ok auto on", next("auto on"));
+    EXPECT_EQ("ok bye", next("quit"));
+    EXPECT_TRUE(s.server->Quit());
+}
