@@ -5,6 +5,7 @@
 
 #include "proxies/IClient.h"
 #include "proxies/IDelivery.h"
+#include "proxies/IGrade.h"
 #include "proxies/IPort.h"
 #include "proxies/IPump.h"
 #include "sim_fixture.h"

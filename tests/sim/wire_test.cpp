@@ -247,3 +247,40 @@ TEST(CSimServerControl, CommandsAnswerOkOrErrorAndLongLinesEndTheConnection)
     EXPECT_EQ("ok bye", next("quit"));
     EXPECT_TRUE(s.server->Quit());
 }
+
+TEST(CSimServerWire, GenericCreateLookupAndDelete)
+{
+    LiveServer s;
+    CControlLine control(s.ControlPort());
+    Pos a(s, 13);
+    ASSERT_EQ(0, a.Logon());
+    CIGrade grades(&a.process, a.process.CallSocket(), 13);
+
+    // A new grade: created empty, filled by Set, found by number and name, then deleted.
+    EXPECT_EQ(0, grades.New(9, 309, CStr("LPG")));
+    EXPECT_EQ(EXISTS_RESULT, grades.New(9, 309, CStr("again")));
+    EXPECT_EQ(0, grades.Set(309, 9, CStr("Autogas"), CStr("LPG"), 801, Money(0.899), Money(0.879)));
+    long id = 0, count = 0;
+    EXPECT_EQ(0, grades.Count(&count));
+    EXPECT_EQ(5, count);
+    EXPECT_EQ(0, grades.GetIDByName(CStr("autogas"), &id));   // names compare without case
+    EXPECT_EQ(309, id);
+    EXPECT_EQ(0, grades.GetIDByNumber(9, &id));
+    EXPECT_EQ(0, grades.GetIDByOrdinal(5, &id));
+    EXPECT_EQ(309, id);
+    CCur price;
+    EXPECT_EQ(0, grades.GetPrice(309, 2, &price));
+    EXPECT_EQ(RawOf(0.879), price.Value());
+    EXPECT_EQ(SR_BAD_VALUE, grades.SetPrice(309, 1, Money(-1)));
+    EXPECT_EQ(0, grades.Delete(309, false));
+    EXPECT_EQ(NOT_FOUND_RESULT, grades.GetIDByNumber(9, &id));
+    EXPECT_EQ(NO_OBJECT_RESULT, grades.GetPrice(309, 1, &price));
+
+    // A pump with a delivery running may not be deleted; an idle one may.
+    ASSERT_EQ("ok lift pump 8 Delivering", control("lift 8 1"));
+    EXPECT_EQ(CANNOT_DELETE_RESULT, a.pump.Delete(108, false));
+    EXPECT_EQ(0, a.pump.Delete(106, false));
+    EXPECT_EQ(0, a.pump.Count(&count));
+    EXPECT_EQ(7, count);
+    EXPECT_EQ("ok hang pump 8 Idle", control("hang 8"));
+}
