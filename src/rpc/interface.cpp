@@ -14,17 +14,15 @@ namespace {
 // the bodies of strings and blocks. Both bounds are part of the protocol.
 constexpr int kReadLimit = kMsgDataSize - 1;
 
-// Counted uses of a socket for the span of one operation.
-class CSocketUse {
-public:
-    explicit CSocketUse(CSocket* s) : _s(s) { _s->Use(); }
-    ~CSocketUse() { _s->Unuse(); }
-    CSocketUse(const CSocketUse&) = delete;
-    CSocketUse& operator=(const CSocketUse&) = delete;
-
-private:
-    CSocket* _s;
-};
+// One socket operation with the socket's use count raised (socket operations never throw).
+template <class F>
+auto Using(CSocket* s, F op)
+{
+    s->Use();
+    auto r = op();
+    s->Unuse();
+    return r;
+}
 
 void CopyMsg(TIMsg* to, const TIMsg* from)
 {
@@ -67,27 +65,17 @@ long CInterface::Caught(TResult r, int line, const char* module, const char* ftn
 
 // ---- raw accessors ----
 
-void CInterface::AppendByte(uint8_t v)
+namespace {
+template <class V>
+void WriteRaw(TIMsg* m, V v)
 {
-    if (_msg->h.length + 1 <= kMsgDataSize)
-        _msg->data[_msg->h.length++] = v;
+    const int at = m->h.length;
+    if (at + static_cast<int>(sizeof(V)) <= kMsgDataSize) {
+        std::memcpy(m->data + at, &v, sizeof(V));
+        m->h.length = static_cast<uint16_t>(at + sizeof(V));
+    }
 }
 
-#define KV_APPEND_RAW(v)                                              \
-    do {                                                              \
-        const int at = _msg->h.length;                                \
-        if (at + static_cast<int>(sizeof(v)) <= kMsgDataSize) {      \
-            std::memcpy(_msg->data + at, &(v), sizeof(v));            \
-            _msg->h.length = static_cast<uint16_t>(at + sizeof(v));   \
-        }                                                             \
-    } while (0)
-
-void CInterface::AppendWord(uint16_t v) { KV_APPEND_RAW(v); }
-void CInterface::AppendLong(uint32_t v) { KV_APPEND_RAW(v); }
-void CInterface::AppendLongLong(uint64_t v) { KV_APPEND_RAW(v); }
-void CInterface::AppendDouble(double v) { KV_APPEND_RAW(v); }
-
-namespace {
 template <class V>
 V ReadRaw(const TIMsg* m, short& pos)
 {
@@ -99,6 +87,12 @@ V ReadRaw(const TIMsg* m, short& pos)
     return v;
 }
 }  // namespace
+
+void CInterface::AppendByte(uint8_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendWord(uint16_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendLong(uint32_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendLongLong(uint64_t v) { WriteRaw(_msg, v); }
+void CInterface::AppendDouble(double v) { WriteRaw(_msg, v); }
 
 uint8_t CInterface::GetByte() { return ReadRaw<uint8_t>(_msg, _readPos); }
 uint16_t CInterface::GetWord() { return ReadRaw<uint16_t>(_msg, _readPos); }
@@ -135,6 +129,15 @@ int StrUnits(const CStr& s)
     const int n = s.Length();
     return n > 0 ? n : 0;
 }
+
+// The count word and the low 16 bits of each character; room has been checked.
+void PutUnits(CInterface& i, const CStr& s, int n)
+{
+    i.AppendWord(static_cast<uint16_t>(n));
+    const wchar_t* w = s.WStr();
+    for (int k = 0; k < n; ++k)
+        i.AppendWord(static_cast<uint16_t>(w[k]));
+}
 }  // namespace
 
 void CInterface::Pack(char v) { AppendType(TAG_CHAR, 1); AppendByte(static_cast<uint8_t>(v)); }
@@ -150,10 +153,7 @@ void CInterface::Pack(const CStr& v)
 {
     const int n = StrUnits(v);
     AppendType(TAG_STR, 2 + 2 * n);
-    AppendWord(static_cast<uint16_t>(n));
-    const wchar_t* w = v.WStr();
-    for (int i = 0; i < n; ++i)
-        AppendWord(static_cast<uint16_t>(w[i]));
+    PutUnits(*this, v, n);
 }
 
 void CInterface::Pack(char* p) { if (AppendPType(TAG_PCHAR, 1, p)) AppendByte(static_cast<uint8_t>(*p)); }
@@ -168,12 +168,8 @@ void CInterface::Pack(CDate* p) { if (AppendPType(TAG_PDATE, 8, p)) AppendLongLo
 void CInterface::Pack(CStr* p)
 {
     const int n = p ? StrUnits(*p) : 0;
-    if (!AppendPType(TAG_PSTR, 2 + 2 * n, p))
-        return;
-    AppendWord(static_cast<uint16_t>(n));
-    const wchar_t* w = p->WStr();
-    for (int i = 0; i < n; ++i)
-        AppendWord(static_cast<uint16_t>(w[i]));
+    if (AppendPType(TAG_PSTR, 2 + 2 * n, p))
+        PutUnits(*this, *p, n);
 }
 
 void CInterface::Pack(const void* block, short n)
@@ -223,9 +219,10 @@ void CInterface::Unpack(long long& v) { CheckType(TAG_LONGLONG, 8); v = static_c
 void CInterface::Unpack(CCur& v) { CheckType(TAG_CUR, 8); v.SetValue(static_cast<int64_t>(GetLongLong())); }
 void CInterface::Unpack(CDate& v) { CheckType(TAG_DATE, 8); v.SetTicks(GetLongLong()); }
 
-// The count word has been consumed. Each 16-bit unit becomes one character with the
-// unit's unsigned value: the wire carries UTF-16 units, and 0x8000..0xFFFF are ordinary
-// characters, not negative ones.
+// The count word, then the units. Each 16-bit unit becomes one character with the unit's
+// unsigned value: the wire carries UTF-16 units, and 0x8000..0xFFFF are ordinary
+// characters, not negative ones. Assign reserves room for all of them at once (the string
+// grows at most once) and replaces the old text.
 void CInterface::UnpackChars(CStr& v)
 {
     const int n = GetWord();
@@ -234,7 +231,6 @@ void CInterface::UnpackChars(CStr& v)
     wchar_t units[kMsgDataSize / 2];
     for (int i = 0; i < n; ++i)
         units[i] = static_cast<wchar_t>(GetWord());
-    v.SetBuffer(static_cast<short>(n), false);
     v.Assign(units, static_cast<short>(n));
 }
 
@@ -332,11 +328,7 @@ void CInterface::Send()
 {
     if (!_socket)
         throw NOT_OPEN_RESULT;
-    int r;
-    {
-        CSocketUse use(_socket);
-        r = _socket->Send(_msg);
-    }
+    const int r = Using(_socket, [&] { return _socket->Send(_msg); });
     if (r < 0)
         KV_THROW(static_cast<TResult>(r));
 }
@@ -347,11 +339,7 @@ void CInterface::Get()
         throw NOT_OPEN_RESULT;
     CProcess* process = Process();
     for (;;) {
-        int event;
-        {
-            CSocketUse use(_socket);
-            event = _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0);
-        }
+        const int event = Using(_socket, [&] { return _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0); });
         switch (event) {
         case CSocket::WAIT_DATA:
             break;
@@ -366,21 +354,12 @@ void CInterface::Get()
         default:
             KV_THROW(CONNECTION_BROKEN);
         }
-        int r;
-        {
-            CSocketUse use(_socket);
-            r = _socket->ReadMsg(_msg);
-        }
+        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
         if (r != 0)
             KV_THROW(static_cast<TResult>(r));
         if (_msg->h.function == 0)
             KV_THROW(BAD_FUNCTION_RESULT);
-        bool management;
-        {
-            CSocketUse use(_socket);
-            management = _socket->IsSocketManagementFtn(_msg, CALL_PORT);
-        }
-        if (!management)
+        if (!Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); }))
             return;
         if (process && !process->Running()) {
             if (process->LogBrokenConnection())
@@ -445,15 +424,9 @@ bool CClientInterface::DrainStale()
     CProcess* process = Process();
     int drained = 0;
     for (; drained < kMaxDrained; ++drained) {
-        int r;
-        {
-            CSocketUse use(_socket);
-            r = _socket->ReadMsg(_msg);
-        }
-        if (r != 0) {
-            CSocketUse use(_socket);
-            _socket->CheckForManagementFtn();
-            _socket->WriteFlush();
+        if (Using(_socket, [&] { return _socket->ReadMsg(_msg); }) != 0) {
+            Using(_socket, [&] { return _socket->CheckForManagementFtn(); });
+            Using(_socket, [&] { return _socket->WriteFlush(); });
             break;
         }
         if (_msg->h.function == 0) {
@@ -461,11 +434,7 @@ bool CClientInterface::DrainStale()
                 log->Log("invalid ftn ID");
             continue;
         }
-        bool management;
-        {
-            CSocketUse use(_socket);
-            management = _socket->IsSocketManagementFtn(_msg, CALL_PORT);
-        }
+        const bool management = Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); });
         if (management && process && !process->Running())
             KV_THROW(CONNECTION_BROKEN);
     }

@@ -4,15 +4,16 @@
 // or unpack a request, run a handler and pack the reply (serving side).
 //
 // Calling side, inside a class derived from CClientInterface that defines
-// `static constexpr uint16_t kType` and `static constexpr const char* kModule`:
+// `static constexpr uint16_t kType` and `static constexpr const char* kModule`
+// (KV_INTERFACE declares both with the ObjectType/InterfaceVersion overrides):
 //
 //     #define KV_IPUMP_TABLE(X)
 //         X(Authorise, 29, Object, NOTE_NONE)
 //         X(Set, 14, SetCls, NOTE_FLAGSKIP, long, long, CStr, short)     (lines joined by \)
 //     class CIPump : public CClientInterface {
 //     public:
-//         static constexpr uint16_t kType = 4;
-//         static constexpr const char* kModule = "IPump";
+//         using CClientInterface::CClientInterface;
+//         KV_INTERFACE(IF_PUMP, "IPump")
 //         KV_IPUMP_TABLE(KV_METHOD)
 //         KV_METHOD_INFOS(KV_IPUMP_TABLE)
 //     };
@@ -166,7 +167,8 @@ template <class T> struct Slot<T*> {
 // Serving side of one request whose arguments are W...: checks the request, unpacks it,
 // calls f (with the header object first when `withObject`), and unless the request is
 // one-way turns the same buffer into the reply: source and destination swapped, the
-// by-reference arguments packed back, the handler's result in the result field.
+// by-reference arguments packed back, the handler's result in the result field. A handler
+// may set the header's flag byte to mark the reply for flag-skip callers.
 template <bool withObject, class... W, class S, class O, class F>
 long Serve(S& self, [[maybe_unused]] O&& object, F&& f)
 {
@@ -174,6 +176,7 @@ long Serve(S& self, [[maybe_unused]] O&& object, F&& f)
     std::tuple<Slot<W>...> slots;
     std::apply([&](auto&... s) { (s.Read(self), ...); }, slots);
     self.EndUnpack();
+    const bool oneWay = self.Msg()->h.flag != 0;
     const long r = std::apply(
         [&](auto&... s) -> long {
             if constexpr (withObject)
@@ -184,7 +187,7 @@ long Serve(S& self, [[maybe_unused]] O&& object, F&& f)
         slots);
     TIMsg* m = self.Msg();
     m->h.result = static_cast<int16_t>(r);
-    if (m->h.flag == 0) {
+    if (!oneWay) {
         std::swap(m->h.source, m->h.destination);
         m->h.length = 0;
         std::apply([&](auto&... s) { (s.Reply(self), ...); }, slots);
@@ -265,6 +268,15 @@ struct Sig<THdr::SetCls, long, W...> {
 }  // namespace kv
 
 // ---- table rows ----
+
+// The identity of an interface class (calling or serving): its interface type, its source
+// module for the catch lines, and the two overrides that put them in every header. Every
+// interface of this system is version 0.
+#define KV_INTERFACE(Type, Module)                                  \
+    static constexpr uint16_t kType = Type;                         \
+    static constexpr const char* kModule = Module;                  \
+    uint16_t ObjectType() const override { return kType; }          \
+    uint16_t InterfaceVersion() const override { return 0; }
 
 // The MethodInfo `Name##Info` of a row and its signature type `Name##Sig`; needs kType and
 // kModule in scope.

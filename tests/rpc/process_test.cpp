@@ -174,32 +174,6 @@ TEST(CProcessTimers, FireAtMost25PerPassAndMatchOnAllThreeKeys) {
     EXPECT_EQ(p.TimerCount(), 0);
 }
 
-TEST(CWatchDog, LogsItsStates) {
-    TempDir dir;
-    RecordingClient p(dir / "trace", 0, 0);
-    CWatchDog& wd = p.WatchDog();
-    wd.Check(7);   // off: silent
-    wd.Ping(0, 1000000, 1);
-    wd.Ping(0, 1000000, 1);   // no change, no second line
-    long start = CTimer::Ticks();
-    while (CTimer::Ticks() - start < 3) {
-    }
-    wd.Check(7);
-    wd.Ping(0, 0, 1);
-    start = CTimer::Ticks();
-    while (CTimer::Ticks() - start < 3) {
-    }
-    wd.Check(7);
-    wd.Close();
-    std::string log = LogText(p);
-    size_t first = log.find("WD turned on!! 1");
-    ASSERT_NE(first, std::string::npos);
-    EXPECT_EQ(log.find("WD turned on!! 1", first + 1), std::string::npos);
-    EXPECT_NE(log.find("Port [007] Watch dog timing out!! "), std::string::npos);
-    EXPECT_NE(log.find("Watch dog timed out!! reseting. "), std::string::npos);
-    EXPECT_NE(log.find("Watchdog closed"), std::string::npos);
-}
-
 TEST(CClientProcessSockets, ConnectAndDestroySendTheManagementSequence) {
     TempDir dir;
     CServerSocket calls(nullptr, 0), events(nullptr, 0);

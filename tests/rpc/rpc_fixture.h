@@ -137,8 +137,9 @@ std::vector<uint8_t> Bytes(V... v)
 // What a serving process does with a request read from a link.
 inline void ProcessAndPush(CInterface& server, CFakeLink& link, TIMsg& m)
 {
+    const bool oneWay = m.h.flag != 0;
     server.ProcessMsg(&m, &link);
-    if (!m.h.flag)
+    if (!oneWay)
         link.Push(m);
 }
 
@@ -154,11 +155,8 @@ inline void ProcessAndPush(CInterface& server, CFakeLink& link, TIMsg& m)
 template <uint16_t Type>
 class CTestClient : public CClientInterface {
 public:
-    static constexpr uint16_t kType = Type;
-    static constexpr const char* kModule = "ITest";
     using CClientInterface::CClientInterface;
-    uint16_t ObjectType() const override { return kType; }
-    uint16_t InterfaceVersion() const override { return 0; }
+    KV_INTERFACE(Type, "ITest")
     void SetSequence(uint16_t s) { _sequence = s; }
 
     KV_ITEST_TABLE(KV_METHOD)
@@ -170,8 +168,7 @@ using CITest = CTestClient<4>;
 class CTestServer : public CServerInterface<CIObject> {
 public:
     explicit CTestServer(CProcess* p) : CServerInterface<CIObject>(p, nullptr, 0) {}
-    uint16_t ObjectType() const override { return 4; }
-    uint16_t InterfaceVersion() const override { return 0; }
+    KV_INTERFACE(IF_PUMP, "ITest")
 
     struct Handler;
     KV_SERVER_DISPATCH(Dispatch, KV_ITEST_TABLE)
@@ -208,6 +205,8 @@ struct CTestServer::Handler {
     long Set(long id, long number, const CStr& name, short mode)
     {
         s.calls += "Set(" + std::to_string(id) + "," + std::to_string(number) + "," + static_cast<char*>(name) + "," + std::to_string(mode) + ")";
+        if (mode == 9)
+            s.Msg()->h.flag = 1;   // a reply for flag-skip callers
         return s.result;
     }
     long CountFiltered(long* count, long a, long long b, const CDate& d)

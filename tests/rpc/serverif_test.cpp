@@ -109,4 +109,12 @@ TEST(CServerInterfaceProcessMsg, UnknownObjectAndRequestChecks)
     EXPECT_TRUE(m.h.source == 0 && m.h.destination == kClientId && m.h.sequence == request.h.sequence);
     EXPECT_EQ(Bytes(18, 18, 15, 5, 0, 'r', 0, 'e', 0, 'p', 0, 'l', 0, 'y', 0, 18, 18, 18, 19), Data(m));
     EXPECT_EQ("GetStatus(7)[payload]", r.server.calls);
+
+    const size_t sentBefore = r.link.sent.size();
+    r.server.Serve(r.link);
+    EXPECT_EQ(0, r.client.Set(7, 1, CStr(""), short{9}));
+    EXPECT_EQ(1u, r.link.sent.size() - sentBefore);
+    m = r.link.sent.back();
+    EXPECT_EQ(0, r.server.ProcessMsg(&m, nullptr));
+    EXPECT_TRUE(m.h.flag == 1 && m.h.destination == kClientId && Data(m) == Bytes(19));
 }

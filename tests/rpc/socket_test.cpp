@@ -338,19 +338,3 @@ TEST(CSocketLog, WatchersGetEveryLineAndAreDroppedWhenGone) {
     }
     EXPECT_EQ(log.LogPort().ClientCount(), 0);
 }
-
-TEST(CSocketDesc, NamesThePeer) {
-    TempDir dir;
-    RecordingClient process(dir / "trace", 0, 0);
-    CSocket s(&process, CStr("h"), 1);
-    char buf[64];
-    EXPECT_STREQ(s.ClientDesc(buf), "< Server >");
-    s.SetClientID(205);
-    EXPECT_STREQ(s.ClientDesc(buf), "< Driver >");
-    s.SetClientID(17);
-    EXPECT_STREQ(s.ClientDesc(buf), "< Client 17 >");
-    s.SetClientName("POS Client");
-    EXPECT_STREQ(s.ClientDesc(buf), "< Client 17 [POS Client] >");
-    s.SetClientName(std::string(200, 'x').c_str());
-    EXPECT_EQ(std::strlen(s.ClientDesc(buf)), 63u);
-}
