@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdio>
 
+#include "client/IDB.h"
+#include "client/IEvents.h"
 #include "proxies/IAttendant.h"
 #include "proxies/ICardClient.h"
 #include "proxies/ICardRead.h"
@@ -107,15 +109,16 @@ void CKVCLProcess::Init(long type)
 
 // The interfaces that serve the server's calls on the events socket: CIEvents for
 // client-type bit 1, CIDB for bit 2, each bound to this process and added to its list of
-// served interfaces (which owns them). They come with the events layer; until then a
-// session answers incoming calls with the framework's "no such interface".
+// served interfaces (which owns them).
 void CKVCLProcess::CreateServingInterfaces()
 {
     if (_clientType & CLIENT_EVENTS) {
-        // _eventsInterface = new CIEvents(this); AddInterface(_eventsInterface);
+        _eventsInterface = new CIEvents(this);
+        AddInterface(_eventsInterface);
     }
     if (_clientType & CLIENT_DB) {
-        // _dbInterface = new CIDB(this); AddInterface(_dbInterface);
+        _dbInterface = new CIDB(this);
+        AddInterface(_dbInterface);
     }
 }
 

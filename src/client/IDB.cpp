@@ -1,0 +1,3 @@
+#include "client/IDB.h"
+
+template class TEventsInterface<CDB, KvDBRows>;

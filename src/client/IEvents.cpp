@@ -1,0 +1,3 @@
+#include "client/IEvents.h"
+
+template class TEventsInterface<CEvents, KvEventsRows>;
