@@ -17,6 +17,7 @@
 #include "rpc/message.h"
 
 extern CKVCLProcess* pGCLProcess;
+extern CStr* pLogPath;        // set by SetLogPath, kept across sessions
 void InitialiseCS();
 void DestroyCS();
 void EnterCS();
@@ -31,22 +32,33 @@ struct CSLock {
     CSLock& operator=(const CSLock&) = delete;
 };
 
-// Admission checks, in this order: no session 8, not connected -14, client type -22.
+// Admission checks, in this order: no session 8, (the call socket's management check,)
+// not connected -14, client type -22.
 enum TNeed : unsigned {
     NEED_CONNECTION = 1,   // GoodConnection() or -14
     NEED_CALLS = 2,        // client-type bit 0 or -22
     NEED_EVENTS = 4,       // client-type bit 1 or -22
     MAP_RESULT = 8,        // the call's result goes through CheckResult
+    CHECK_MANAGEMENT = 16, // first 8 / -14 / a non-zero result of CheckForManagementFtn, unmapped
 };
 constexpr unsigned FAMILY_CALLS = NEED_CONNECTION | NEED_CALLS | MAP_RESULT;  // object and client calls
 constexpr unsigned FAMILY_STATUS = NEED_CONNECTION | MAP_RESULT;             // ClientStatus, FireClientEvent
 constexpr unsigned FAMILY_QUEUE = NEED_EVENTS;                               // event queue, no call
 constexpr unsigned FAMILY_UNCHECKED = MAP_RESULT;                            // SetTCPIPConfig, WDReset
+constexpr unsigned FAMILY_PROCESS = CHECK_MANAGEMENT | NEED_CONNECTION | NEED_EVENTS | MAP_RESULT;  // ProcessEvents
+constexpr unsigned FAMILY_TEST = CHECK_MANAGEMENT | NEED_CONNECTION;         // TestConnection
 
 inline long Admit(CKVCLProcess* p, unsigned need)
 {
     if (!p)
         return NO_SESSION_RESULT;
+    p->ReapRetired();
+    if (need & CHECK_MANAGEMENT) {
+        if (!p->GoodConnection())
+            return CONNECTION_BROKEN;
+        if (long r = p->CheckForManagementFtn())
+            return r;
+    }
     if ((need & NEED_CONNECTION) && !p->GoodConnection())
         return CONNECTION_BROKEN;
     if ((need & NEED_CALLS) && !(p->ClientType() & 1))
@@ -64,6 +76,7 @@ inline long Finish(CKVCLProcess& p, long r, unsigned need)
 // Strings out: nothing unless the result is 0 and out is non-null; then at most
 // strlen(out) characters, NUL-padded, with no terminator of its own when the value fills it.
 void CopyBSTR(long result, char* out, const CStr& value);
+void CopyBSTR(long result, char* out, const char* value);
 // Strings in: the zero-terminated text (null: unset, sent as an empty string).
 inline CStr GetStr(const char* in) { return CStr(in); }
 
@@ -94,7 +107,10 @@ private:
     long* _out;
     CDate _v;
 };
-class OutStr {   // CopyBSTR with the call's raw result
+// CopyBSTR with the call's raw result. Functions that copy on the mapped result use it as
+// well: CheckResult maps 0 to 0 and nothing else to 0, and copying logs nothing, so the
+// two orders cannot be told apart.
+class OutStr {
 public:
     OutStr(const long& r, char* out) : _r(r), _out(out) {}
     ~OutStr() { CopyBSTR(_r, _out, _v); }

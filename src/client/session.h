@@ -30,6 +30,13 @@ enum TClientType : long {
     CLIENT_DB = 4,         // the database-events interface
 };
 
+// The event queue: first in, first out, unbounded; owns its records.
+class CEventQueue : public CKVList<CEvent, CEvent> {
+public:
+    // Unlinks the head without destroying it (the cursor moves to the new head).
+    CEvent* TakeHead();
+};
+
 class CKVCLProcess : public CClientProcess {
 public:
     static constexpr const char* kVersion = "2,5,6,0";
@@ -38,6 +45,9 @@ public:
     static constexpr const char* kIniName = "KVClient.ini";
     static constexpr long kDefaultEventType = 3143;
     static constexpr uint64_t kNoSession = ~0ULL;
+    // Log path settings applied by SetLogPath and at logon.
+    static constexpr long kLogPathSize = 1450000;
+    static constexpr short kLogPathArchives = 10;
 
     // Settings from "KVClient.ini".
     CKVCLProcess(long clientId, long type, void* event, void* window, unsigned int message);
@@ -56,6 +66,9 @@ public:
     long Logoff();
     long CheckVersions();
     bool GoodConnection() const { return _connected; }
+    // The connection flag as the logon and reconnect set it; tests use it to stand for a
+    // connection lost without a logoff.
+    void SetConnected(bool on) { _connected = on; }
     long PingConnection();
     long CheckForManagementFtn();
     long CheckResult(long r);
@@ -66,13 +79,18 @@ public:
     long GetEventsCount(long* count) const;
     long GetNextEventType(short* type) const;
     CEvent* GetEvent();                     // unlinks the head; the caller destroys it
-    CEvent* PeekEvent() const;
-    void QueueEvent(CEvent* e);
+    CEvent* PeekEvent() const { return _queue.Head(); }
+    void QueueEvent(CEvent* e);             // appends at the tail; the queue owns it
+    long DiscardNextEvent();                // 0, or 2 when the queue is empty
 
     long ClientType() const { return _clientType; }
     long ClientEventType() const { return _clientEventType; }
     void SetStoredClientEventType(long mask) { _clientEventType = mask; }
     uint64_t SessionID() const { return _sessionId; }
+
+    // Proxies that a reconnect or a logoff replaced while one of their calls was still on
+    // the stack are destroyed here, at the entry of the next exported call.
+    void ReapRetired() { if (_retired.Items()) ReapAll(); }
 
     CIClient* Client() const { return _client; }
     CIPump* Pump() const { return _pump; }
@@ -89,15 +107,21 @@ public:
     CISensor* Sensor() const { return _sensor; }
     CIProduct* Product() const { return _product; }
     CISaleItem* SaleItem() const { return _saleItem; }
+    CInterface* EventsInterface() const { return _eventsInterface; }
+    CInterface* DBInterface() const { return _dbInterface; }
 
 private:
+    void Init(long type);
+    void CreateServingInterfaces();
     void CreateProxies();
-    void DestroyProxies();
+    void RetireProxies();
+    template <class P> void Retire(P*& proxy, bool unbind);
     void BindProxies(CSocket* socket);     // null unbinds
+    void ReapAll();
 
-    CInterface* _eventsInterface;          // serves events calls (client-type bit 1)
-    CInterface* _dbInterface;              // serves database calls (client-type bit 2)
-    CKVList<CEvent, CEvent> _queue;
+    CInterface* _eventsInterface;          // serves events calls (client-type bit 1); owned by the process
+    CInterface* _dbInterface;              // serves database calls (client-type bit 2); owned by the process
+    CEventQueue _queue;
     CIClient* _client;
     CIPump* _pump;
     CIHose* _hose;
@@ -117,4 +141,5 @@ private:
     bool _connected;
     uint64_t _sessionId;
     long _clientEventType;
+    CKVList<CInterface, CInterface> _retired;
 };

@@ -1,0 +1,143 @@
+// Library-level state and functions: the global session, the library lock, the stored log
+// path, string copying out, and the functions that need no session.
+#include <pthread.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "api/frame.h"
+
+CKVCLProcess* pGCLProcess = nullptr;
+pthread_mutex_t* _pCriticalSection = nullptr;
+CStr* pLogPath = nullptr;
+
+namespace {
+
+constexpr const char* kDllVersion = "Client Version 2,5,6,0";
+constexpr const char kNoText[] = "";
+
+void StoreLogPath(const char* path)
+{
+    delete pLogPath;
+    pLogPath = new CStr(path);
+}
+
+}  // namespace
+
+// The lock exists only once ClientLogonEx or DllMain(..., 1, ...) has created it; until
+// then every exported function runs without mutual exclusion.
+void InitialiseCS()
+{
+    if (_pCriticalSection)
+        return;
+    auto* m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)));
+    if (!m)
+        return;
+    std::memset(m, 0, sizeof *m);
+    pthread_mutex_init(m, nullptr);
+    _pCriticalSection = m;
+}
+
+void DestroyCS()
+{
+    if (!_pCriticalSection)
+        return;
+    pthread_mutex_destroy(_pCriticalSection);
+    std::free(_pCriticalSection);
+    _pCriticalSection = nullptr;
+}
+
+void EnterCS()
+{
+    if (_pCriticalSection)
+        pthread_mutex_lock(_pCriticalSection);
+}
+
+void LeaveCS()
+{
+    if (_pCriticalSection)
+        pthread_mutex_unlock(_pCriticalSection);
+}
+
+namespace kvapi {
+
+void CopyBSTR(long result, char* out, const char* value)
+{
+    if (result != 0 || !out)
+        return;
+    std::strncpy(out, value ? value : "", std::strlen(out));
+}
+
+void CopyBSTR(long result, char* out, const CStr& value)
+{
+    if (result != 0 || !out)
+        return;
+    CopyBSTR(result, out, static_cast<const char*>(static_cast<char*>(value)));
+}
+
+}  // namespace kvapi
+
+extern "C" {
+
+KV_API int DllMain(void*, unsigned long reason, void*)
+{
+    if (reason == 1)
+        InitialiseCS();
+    else if (reason == 2)
+        DestroyCS();
+    return 1;
+}
+
+KV_API long DllVersion(char* out)
+{
+    kvapi::CopyBSTR(OK_RESULT, out, kDllVersion);
+    return OK_RESULT;
+}
+
+KV_API const char* ResultString(long) { return kNoText; }
+KV_API const char* PumpStateString(short) { return kNoText; }
+KV_API const char* DeliveryStateString(short) { return kNoText; }
+KV_API const char* DeliveryTypeString(short) { return kNoText; }
+KV_API const char* ReserveTypeString(short) { return kNoText; }
+
+KV_API long LogMT(CKVCLProcess* session, const char* text)
+{
+    if (!session)
+        return NO_SESSION_RESULT;
+    if (!session->GoodConnection())
+        return CONNECTION_BROKEN;
+    session->Trace()->Log("%s", text ? text : "");
+    return OK_RESULT;
+}
+
+KV_API long Log(const char* text)
+{
+    const CStr copy(text);
+    if (!pGCLProcess)
+        return OK_RESULT;
+    kvapi::CSLock lock;
+    return LogMT(pGCLProcess, static_cast<char*>(copy));
+}
+
+KV_API long SetLogPathMT(CKVCLProcess* session, const char* path)
+{
+    StoreLogPath(path);
+    if (!session)
+        return NO_SESSION_RESULT;
+    if (!session->GoodConnection())
+        return CONNECTION_BROKEN;
+    session->Trace()->SetPathSizeArchives(*pLogPath, CKVCLProcess::kLogPathSize, CKVCLProcess::kLogPathArchives);
+    return OK_RESULT;
+}
+
+KV_API long SetLogPath(const char* path)
+{
+    if (!pGCLProcess) {
+        StoreLogPath(path);
+        return OK_RESULT;
+    }
+    kvapi::CSLock lock;
+    return SetLogPathMT(pGCLProcess, path);
+}
+
+}  // extern "C"

@@ -1,0 +1,349 @@
+// CKVCLProcess against a scripted server: the logon handshake, busy retries, the version
+// check, reconnection under the session ID, result mapping and the event queue.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+
+#include "client/session.h"
+#include "common/fake_server.h"
+#include "proxies/IClient.h"
+#include "proxies/IPump.h"
+
+using namespace kvtest;
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+void Put32(Bytes& b, uint32_t v) {
+    for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
+}
+
+// A request header as the client proxy builds it.
+Bytes Header(uint8_t function, long client, uint16_t sequence, uint32_t object, uint16_t length) {
+    Bytes b = {1, 0, 0, function};
+    Put32(b, static_cast<uint32_t>(client));
+    Put32(b, 0);
+    b.push_back(static_cast<uint8_t>(sequence));
+    b.push_back(static_cast<uint8_t>(sequence >> 8));
+    b.push_back(IF_CLIENT);
+    b.push_back(0);
+    Put32(b, object);
+    b.push_back(0);
+    b.push_back(0);
+    b.push_back(static_cast<uint8_t>(length));
+    b.push_back(static_cast<uint8_t>(length >> 8));
+    return b;
+}
+
+Bytes Request(uint8_t function, long client, uint16_t sequence, uint32_t object, const Bytes& data) {
+    Bytes b = Header(function, client, sequence, object, static_cast<uint16_t>(data.size()));
+    b.insert(b.end(), data.begin(), data.end());
+    return b;
+}
+
+Bytes LogonData(long client) {
+    Bytes d = {TAG_LONG};
+    Put32(d, static_cast<uint32_t>(client));
+    d.push_back(TAG_STR);
+    d.push_back(10);
+    d.push_back(0);
+    for (char c : std::string("POS Client")) {
+        d.push_back(static_cast<uint8_t>(c));
+        d.push_back(0);
+    }
+    d.push_back(TAG_END);
+    return d;
+}
+
+// What the server handled on the call port, as "13" for a call and "EVENTS" for the
+// management message; CONNECTs on the events port are collected apart.
+std::vector<std::string> CallPortTrace(const std::vector<FakeEntry>& entries, std::vector<long>* connects) {
+    std::vector<std::string> out;
+    for (const FakeEntry& e : entries) {
+        if (!e.management)
+            out.push_back(std::to_string(e.call.h.function));
+        else if (e.port == CALL_PORT)
+            out.push_back(e.code == MFTN_EVENTS ? "EVENTS" : "MFTN" + std::to_string(e.code));
+        else if (e.code == MFTN_CONNECT && connects)
+            connects->push_back(e.arg);
+    }
+    return out;
+}
+
+size_t Count(const std::string& text, const std::string& what) {
+    size_t n = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+    return n;
+}
+
+class TestEvent : public CEvent {
+public:
+    explicit TestEvent(short type) : _type(type) {}
+    short Type() const override { return _type; }
+
+private:
+    short _type;
+};
+
+}  // namespace
+
+TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
+    CClientDir dir;
+    CFakeServer server(dir);
+    struct Case {
+        short type;
+        std::vector<std::string> trace;
+    };
+    const Case cases[] = {
+        {1, {"13", "37", "40", "23"}},
+        {3, {"13", "EVENTS", "37", "16", "40", "23"}},
+        {5, {"13", "37", "40", "23"}},
+        {7, {"13", "EVENTS", "37", "16", "16", "40", "23"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.type);
+        const long id = 10 + c.type;
+        server.Clear();
+        CKVCLProcess* s = nullptr;
+        ASSERT_EQ(server.Logon(&s, id, c.type), 0);
+        ASSERT_NE(s, nullptr);
+        EXPECT_TRUE(s->GoodConnection());
+        EXPECT_EQ(s->SessionID(), CFakeServer::kSessionID);
+        EXPECT_EQ(s->ClientEventType(), 3143);
+        EXPECT_EQ(s->Pump() != nullptr, (c.type & 1) != 0);
+
+        std::vector<long> connects;
+        EXPECT_EQ(CallPortTrace(server.Entries(), &connects), c.trace);
+        EXPECT_EQ(connects, (c.type & 2) ? std::vector<long>{id} : std::vector<long>{});
+
+        // Every request of the handshake, header and values, in order and numbered 1, 2, ...
+        const auto calls = server.CallsTo(IF_CLIENT);
+        std::vector<Bytes> expected;
+        uint16_t seq = 0;
+        expected.push_back(Request(13, id, ++seq, 0xFFFFFFFF, LogonData(id)));
+        expected.push_back(Request(37, id, ++seq, id, {TAG_PLONGLONG, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, TAG_END}));
+        if (c.type & 2) expected.push_back(Request(16, id, ++seq, id, {TAG_SHORT, 2, 0, TAG_END}));
+        if ((c.type & 6) == 6) expected.push_back(Request(16, id, ++seq, id, {TAG_SHORT, 1, 0, TAG_END}));
+        expected.push_back(Request(40, id, ++seq, id, {TAG_LONG, 0x47, 0x0C, 0, 0, TAG_END}));
+        expected.push_back(Request(23, id, ++seq, 0xFFFFFFFF, {TAG_PSTR, 0, 0, TAG_END}));
+        ASSERT_EQ(calls.size(), expected.size());
+        for (size_t i = 0; i < calls.size(); ++i) EXPECT_EQ(calls[i].Bytes(), expected[i]) << "request " << i;
+
+        const std::string log = dir.ClientLog(id);
+        char line[128];
+        std::snprintf(line, sizeof line, "Client %ld logging on with type %02X", id, c.type);
+        EXPECT_NE(log.find(line), std::string::npos);
+        EXPECT_NE(log.find("Logon() successful Session ID 81985529216486895 ClientType 00000C47"), std::string::npos);
+        EXPECT_NE(log.find("CheckVersions [2,5,6,0] <> [2,5,6,0]"), std::string::npos);
+
+        server.Clear();
+        EXPECT_EQ(ClientLogoffMT(&s), 0);
+        EXPECT_EQ(s, nullptr);
+        const auto logoffs = server.CallsTo(IF_CLIENT, 14);
+        ASSERT_EQ(logoffs.size(), 1u);
+        EXPECT_EQ(logoffs[0].Object(), id);
+        std::snprintf(line, sizeof line, "ClientLogoff %ld logged off, 0.", id);
+        EXPECT_NE(dir.ClientLog(id).find(line), std::string::npos);
+        EXPECT_TRUE(server.WaitForNoClients());
+    }
+    // Nothing to log off: 8, and no line.
+    CKVCLProcess* none = nullptr;
+    EXPECT_EQ(ClientLogoffMT(&none), 8);
+}
+
+TEST(CKVCLProcessLogon, BusyServerIsAskedAgainEverySecond) {
+    CClientDir dir;
+    CFakeServer server(dir);
+    server.QueueResults(IF_CLIENT, 13, std::vector<long>(9, 54));
+    CKVCLProcess* s = nullptr;
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_EQ(server.Logon(&s, 4, 1), 0);
+    EXPECT_GE(SecondsSince(start), 9.0);
+    EXPECT_EQ(server.CallsTo(IF_CLIENT, 13).size(), 10u);
+    const std::string log = dir.ClientLog(4);
+    EXPECT_EQ(Count(log, "Logon result 54, try "), 9u);
+    for (int i = 0; i < 9; ++i) EXPECT_NE(log.find("Logon result 54, try " + std::to_string(i) + "."), std::string::npos);
+
+    // Any other refusal ends the logon at once, and no session remains.
+    server.QueueResults(IF_CLIENT, 13, {-7});
+    EXPECT_EQ(server.Logon(&s, 4, 1), -7);
+    EXPECT_EQ(s, nullptr);
+    EXPECT_NE(dir.ClientLog(4).find("Logon result -7, try 0."), std::string::npos);
+
+    // A server that cannot be reached: -19.
+    EXPECT_EQ(ClientLogonExMT(&s, 4, 1, "127.0.0.1", 1, 1, 500, nullptr, nullptr, 0), -19);
+    EXPECT_EQ(s, nullptr);
+}
+
+TEST(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
+    CClientDir dir;
+    CFakeServer server(dir);
+    struct Case {
+        const char* version;
+        long result;
+    };
+    const Case cases[] = {{"KVServer Version 2,5,5,9", 56}, {"KVServer Version 2,5,6,0", 0}, {"KVServer Version 2,6,0,0", 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.version);
+        server.SetVersion(c.version);
+        server.Clear();
+        CKVCLProcess* s = nullptr;
+        EXPECT_EQ(server.Logon(&s, 5, 1), c.result);
+        EXPECT_EQ(s != nullptr, c.result == 0);
+        if (s) ClientLogoffMT(&s);
+    }
+    const std::string log = dir.ClientLog(5);
+    EXPECT_NE(log.find("CheckVersions [2,5,5,9] <> [2,5,6,0]"), std::string::npos);
+    EXPECT_NE(log.find("CheckVersions [2,6,0,0] <> [2,5,6,0]"), std::string::npos);
+}
+
+TEST(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
+    CClientDir dir;
+    CFakeServer server(dir);
+    CKVCLProcess* s = nullptr;
+    ASSERT_EQ(server.Logon(&s, 21, 3), 0);
+    std::atomic<int> allStops{0};
+    server.On(IF_CLIENT, 19, [&](const FakeCall&, FakeReply& r) { r.drop = ++allStops == 1; });
+    server.Clear();
+
+    EXPECT_EQ(AllStopMT(s), 0);
+    std::vector<long> connects;
+    EXPECT_EQ(CallPortTrace(server.Entries(), &connects), (std::vector<std::string>{"19", "36", "EVENTS", "40", "19"}));
+    EXPECT_EQ(connects, std::vector<long>{21});
+    const auto stops = server.CallsTo(IF_CLIENT, 19);
+    ASSERT_EQ(stops.size(), 2u);
+    EXPECT_EQ(stops[0].Bytes(), stops[1].Bytes());
+    const auto resumes = server.CallsTo(IF_CLIENT, 36);
+    ASSERT_EQ(resumes.size(), 1u);
+    EXPECT_EQ(resumes[0].Object(), 21);
+    EXPECT_EQ(resumes[0].h.sequence, 1);   // a new client proxy
+    ASSERT_EQ(resumes[0].args.size(), 1u);
+    EXPECT_EQ(resumes[0].args[0].tag, TAG_LONGLONG);
+    EXPECT_EQ(static_cast<uint64_t>(resumes[0].Int(0)), CFakeServer::kSessionID);
+    EXPECT_TRUE(s->GoodConnection());
+    EXPECT_NE(dir.ClientLog(21).find("Client 21 Reconnected successfully, tries 1 Session ID 81985529216486895"),
+              std::string::npos);
+
+    // The object proxies were bound to the new call socket.
+    long pumps = 0;
+    server.On(IF_PUMP, 5, [](const FakeCall&, FakeReply& r) { r.Long(0, 12); });
+    EXPECT_EQ(s->Pump()->Count(&pumps), 0);
+    EXPECT_EQ(pumps, 12);
+
+    // The events socket alone drops: TestConnection reads it, fails, and reconnects.
+    server.Clear();
+    server.RunOnServer([](CFakeServer& f) { f.EventsSocketOf(21)->Close(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(TestConnectionMT(s), 0);
+    EXPECT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 1u);
+    EXPECT_NE(dir.ClientLog(21).find("CONNECTION_BROKEN occurred, actual error -14, logged off."), std::string::npos);
+    EXPECT_EQ(TestConnectionMT(s), 0);
+
+    // Refused: 60 is retried, anything else logs off; the caller gets 8 and the session
+    // is left without connection, session ID or proxies.
+    server.QueueResults(IF_CLIENT, 36, {60, -7});
+    allStops = 0;
+    server.Clear();
+    EXPECT_EQ(AllStopMT(s), 8);
+    EXPECT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 2u);
+    EXPECT_EQ(server.CallsTo(IF_CLIENT, 14).size(), 1u);
+    const std::string log = dir.ClientLog(21);
+    EXPECT_NE(log.find("Reconnect() SOCKETS_INUSE_RESULT"), std::string::npos);
+    EXPECT_NE(log.find("Reconnect() error -7"), std::string::npos);
+    EXPECT_FALSE(s->GoodConnection());
+    EXPECT_EQ(s->SessionID(), CKVCLProcess::kNoSession);
+    EXPECT_EQ(s->Client(), nullptr);
+    EXPECT_EQ(s->Pump(), nullptr);
+    EXPECT_EQ(AllStopMT(s), -14);
+    EXPECT_EQ(s->Reconnect(), 8);
+    EXPECT_EQ(ClientLogoffMT(&s), 8);
+}
+
+TEST(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
+    CClientDir dir;
+    CFakeServer server(dir);
+    CKVCLProcess* s = nullptr;
+    ASSERT_EQ(server.Logon(&s, 22, 1), 0);
+
+    // Through a call: the server's result as the caller sees it, with the log lines.
+    server.QueueResults(IF_CLIENT, 19, {-10, -13, -7, 54});
+    EXPECT_EQ(AllStopMT(s), -23);
+    EXPECT_EQ(AllStopMT(s), -14);
+    EXPECT_EQ(AllStopMT(s), -7);
+    EXPECT_EQ(AllStopMT(s), 54);
+    const std::string log = dir.ClientLog(22);
+    EXPECT_NE(log.find("INTERNAL_SERVER_ERROR occurred, actual error -10, logged off."), std::string::npos);
+    EXPECT_NE(log.find("CONNECTION_BROKEN occurred, actual error -13, logged off."), std::string::npos);
+    EXPECT_NE(log.find("CheckResult error -7"), std::string::npos);
+    // One line each for the three failures, none for 54.
+    EXPECT_EQ(Count(log, " occurred, actual error ") + Count(log, "CheckResult error"), 3u);
+    EXPECT_TRUE(s->GoodConnection());   // mapping changes nothing
+
+    // The whole table.
+    const std::set<long> internal = {-23, -18, -12, -11, -10, -9, -8, -6, -5, -4, -3, -2, -1};
+    const std::set<long> broken = {-24, -19, -17, -15, -14, -13};
+    for (long r = -40; r <= 70; ++r) {
+        const long want = internal.count(r) ? -23 : broken.count(r) ? -14 : r;
+        EXPECT_EQ(s->CheckResult(r), want) << r;
+    }
+    ClientLogoffMT(&s);
+}
+
+TEST(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
+    CClientDir dir;
+    CFakeServer server(dir);
+    CKVCLProcess* s = nullptr;
+    ASSERT_EQ(server.Logon(&s, 23, 2), 0);
+
+    long count = -1;
+    short type = -1;
+    EXPECT_EQ(GetEventsCountMT(s, &count), 0);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
+    EXPECT_EQ(type, 0);
+    EXPECT_EQ(DiscardNextEventMT(s), 2);
+    s->QueueEvent(new TestEvent(3));
+    s->QueueEvent(new TestEvent(1));
+    s->QueueEvent(new TestEvent(24));
+    EXPECT_EQ(GetEventsCountMT(s, &count), 0);
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
+    EXPECT_EQ(type, 3);
+    EXPECT_EQ(GetEventsCountMT(s, nullptr), 0);
+    CEvent* head = s->GetEvent();
+    ASSERT_NE(head, nullptr);
+    EXPECT_EQ(head->Type(), 3);
+    delete head;
+    EXPECT_EQ(DiscardNextEventMT(s), 0);
+    EXPECT_EQ(s->PeekEvent()->Type(), 24);
+    s->QueueEvent(new TestEvent(5));
+    EXPECT_EQ(GetEventsCountMT(s, &count), 0);
+    EXPECT_EQ(count, 2);
+    EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
+    EXPECT_EQ(type, 24);
+    EXPECT_EQ(ProcessEventsMT(s), 0);
+    // Records left behind go with the session.
+    s->QueueEvent(new TestEvent(6));
+
+    // The event type mask: stored when 1 .. 0x0FFFFFFF, sent in every case.
+    server.Clear();
+    EXPECT_EQ(s->SetClientEventType(23, 0x10000000), 0);
+    EXPECT_EQ(s->ClientEventType(), 3143);
+    EXPECT_EQ(s->SetClientEventType(23, 0x0FFFFFFF), 0);
+    EXPECT_EQ(s->ClientEventType(), 0x0FFFFFFF);
+    EXPECT_EQ(s->SetClientEventType(23, 0), 0);
+    EXPECT_EQ(s->ClientEventType(), 0x0FFFFFFF);
+    const auto sent = server.CallsTo(IF_CLIENT, 40);
+    ASSERT_EQ(sent.size(), 3u);
+    EXPECT_EQ(sent[0].Int(0), 0x10000000);
+    EXPECT_EQ(sent[2].Int(0), 0);
+    const std::string log = dir.ClientLog(23);
+    EXPECT_NE(log.find("SetClientEventType 0FFFFFFF"), std::string::npos);
+    EXPECT_EQ(log.find("SetClientEventType 10000000"), std::string::npos);
+
+    s->PortManagement(nullptr, CALL_PORT, 7, 3);
+    EXPECT_NE(dir.ClientLog(23).find("Socket event 7, client 23, socket 3"), std::string::npos);
+    ClientLogoffMT(&s);
+}
