@@ -52,7 +52,7 @@ inline long Admit(CKVCLProcess* p, unsigned need)
 {
     if (!p)
         return NO_SESSION_RESULT;
-    p->ReapRetired();
+    p->ReapRetired();   // no proxy call is on the stack here
     if (need & CHECK_MANAGEMENT) {
         if (!p->GoodConnection())
             return CONNECTION_BROKEN;

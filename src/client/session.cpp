@@ -223,29 +223,26 @@ long CKVCLProcess::Logon()
     if (_clientType & CLIENT_CALLS)
         CreateProxies();
 
+    // A failure from here on is logged, logs off and ends the logon with its result.
+    auto failed = [this](long result, const char* step) {
+        _trace->Log("Logon() %s Logoff", step);
+        Logoff();
+        return result;
+    };
     long long sessionId = static_cast<long long>(_sessionId);
     r = _client->GetSessionID(_clientId, &sessionId);
-    if (r != OK_RESULT) {
-        _trace->Log("Logon() GetSessionID Logoff");
-        Logoff();
-        return r;
-    }
+    if (r != OK_RESULT)
+        return failed(r, "GetSessionID");
     _sessionId = static_cast<uint64_t>(sessionId);
 
     if (_clientType & CLIENT_EVENTS) {
         r = _client->RegisterInterface(_clientId, static_cast<short>(kEventsObject));
-        if (r != OK_RESULT) {
-            _trace->Log("Logon() RegisterInterface EVENTS_OBJECT Logoff");
-            Logoff();
-            return r;
-        }
+        if (r != OK_RESULT)
+            return failed(r, "RegisterInterface EVENTS_OBJECT");
         if (_clientType & CLIENT_DB) {
             r = _client->RegisterInterface(_clientId, static_cast<short>(kDBObject));
-            if (r != OK_RESULT) {
-                _trace->Log("Logon() RegisterInterface DB_OBJECT Logoff");
-                Logoff();
-                return r;
-            }
+            if (r != OK_RESULT)
+                return failed(r, "RegisterInterface DB_OBJECT");
         }
     }
 

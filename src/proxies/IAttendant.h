@@ -1,6 +1,6 @@
 // CIAttendant: proxy of the server's attendants. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_IATTENDANT_TABLE(X) \
     X(Get,      13, Object, NOTE_NONE, long*, CStr*, CStr*, CStr*, CStr*, CStr*, short*, short*, short*, short*, short*) \
@@ -10,7 +10,9 @@
     X(GetState, 17, Object, NOTE_NONE, short*, short*)
 
 class CIAttendant : public CClientInterface {
-    KV_PROXY(IF_ATTENDANT, "IAttendant")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_ATTENDANT, "IAttendant")
     KV_IATTENDANT_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_IATTENDANT_TABLE)
 };

@@ -5,7 +5,7 @@
 // hides the generic one (2). The transport never retries 13, 14, 16, 36 and 37 after a
 // reconnect. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_ICLIENT_TABLE(X) \
     X(Logon,               13, Class, NOTE_NONE, long, CStr) \
@@ -43,7 +43,9 @@
     X(WDReset,             47, Object, NOTE_NONE)
 
 class CIClient : public CClientInterface {
-    KV_PROXY(IF_CLIENT, "IClient")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_CLIENT, "IClient")
     KV_ICLIENT_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_ICLIENT_TABLE)
 };

@@ -3,7 +3,7 @@
 // and GetIDByOrdinal (21, 22: the current deliveries, hiding the generic ones) are
 // different server operations. GetIDByOrdinalFiletered is the call's name, spelled so.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_IDELIVERY_TABLE(X) \
     X(AllCount,                    5, Class, NOTE_NONE, long*) \
@@ -32,7 +32,9 @@
     X(GetIDByOrdinalFiletered,    34, Class, NOTE_QUIET, long, long*, long, long, long, long, long, long, long, long, long, long, long, short, short, short, short, long long, long, long, long long, long, long, long long, CDate, CDate)
 
 class CIDelivery : public CClientInterface {
-    KV_PROXY(IF_DELIVERY, "IDelivery")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_DELIVERY, "IDelivery")
     KV_IDELIVERY_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_IDELIVERY_TABLE)
 };

@@ -1,6 +1,6 @@
 // CIGrade: proxy of the server's grades. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_IGRADE_TABLE(X) \
     X(Get,      13, Object, NOTE_NONE, long*, CStr*, CStr*, long*, CCur*, CCur*) \
@@ -9,7 +9,9 @@
     X(SetPrice, 16, Object, NOTE_NONE, short, CCur)
 
 class CIGrade : public CClientInterface {
-    KV_PROXY(IF_GRADE, "IGrade")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_GRADE, "IGrade")
     KV_IGRADE_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_IGRADE_TABLE)
 };

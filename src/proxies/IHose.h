@@ -1,6 +1,6 @@
 // CIHose: proxy of the server's hoses. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_IHOSE_TABLE(X) \
     X(Get,              13, Object, NOTE_NONE, long*, CStr*, long*, long*, long*, long*) \
@@ -14,7 +14,9 @@
     X(SetPrice,         21, Object, NOTE_ONEWAY, short, CCur)
 
 class CIHose : public CClientInterface {
-    KV_PROXY(IF_HOSE, "IHose")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_HOSE, "IHose")
     KV_IHOSE_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_IHOSE_TABLE)
 };

@@ -1,6 +1,6 @@
 // CILogEvent: proxy of the server's logged events. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_ILOGEVENT_TABLE(X) \
     X(Get,               13, Object, NOTE_NONE, short*, long*, long*, CStr*, short*, short*, CStr*, CDate*, CDate*, long*, long*, CCur*, CCur*, CCur*, CCur*, CCur*, CCur*) \
@@ -11,7 +11,9 @@
     X(GetEventByOrdinal, 18, Class, NOTE_NONE, long, long*, short, long, short, short, long, long, CDate, CDate)
 
 class CILogEvent : public CClientInterface {
-    KV_PROXY(IF_LOGEVENT, "ILogEvent")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_LOGEVENT, "ILogEvent")
     KV_ILOGEVENT_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_ILOGEVENT_TABLE)
 };

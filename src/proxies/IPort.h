@@ -1,6 +1,6 @@
 // CIPort: proxy of the server's device ports and their ZigBee and odometer reports. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_IPORT_TABLE(X) \
     X(Get,              13, Object, NOTE_NONE, long*, CStr*, CStr*, CStr*, short*, short*, short*) \
@@ -17,7 +17,9 @@
     X(KVOdoStatusEvent, 46, Object, NOTE_ONEWAY, long long, short, short, long long, short, short, short, short, long long, long, short, long long, long, short, long long, long long, long long, long long, short, CStr)
 
 class CIPort : public CClientInterface {
-    KV_PROXY(IF_PORT, "IPort")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_PORT, "IPort")
     KV_IPORT_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_IPORT_TABLE)
 };

@@ -1,6 +1,6 @@
 // CIPump: proxy of the server's pumps. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_IPUMP_CALLS(X) \
     X(Get,                     13, Object, NOTE_NONE, long*, CStr*, short*, short*, short*, short*, short*, short*, short*, short*, short*, long*, long*, short*, short*, short*, short*) \
@@ -56,7 +56,9 @@
 #define KV_IPUMP_TABLE(X) KV_IPUMP_CALLS(X) KV_IPUMP_TERMPROMPT_ROW(X)
 
 class CIPump : public CClientInterface {
-    KV_PROXY(IF_PUMP, "IPump")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_PUMP, "IPump")
     KV_IPUMP_CALLS(KV_METHOD)
     KV_IPUMP_TERMPROMPT_ROW(KV_INFO)
     KV_METHOD_INFOS(KV_IPUMP_TABLE)

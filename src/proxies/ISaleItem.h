@@ -1,6 +1,6 @@
 // CISaleItem: proxy of the server's sale items. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_ISALEITEM_TABLE(X) \
     X(Get,                  13, Object, NOTE_NONE, long*, long*, long*, long*, short*, CCur*, CCur*, CDate*, CDate*, long*, long*, short*, short*, CStr*, CStr*, CStr*, CStr*, short*) \
@@ -16,7 +16,9 @@
     X(GetSaleItemByOrdinal, 23, Class, NOTE_QUIET, long, long*, long, long, long, long, long, long, long long, long, long, long long, long, long, short, short, CDate, CDate)
 
 class CISaleItem : public CClientInterface {
-    KV_PROXY(IF_SALEITEM, "ISaleItem")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_SALEITEM, "ISaleItem")
     KV_ISALEITEM_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_ISALEITEM_TABLE)
 };

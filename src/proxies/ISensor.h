@@ -1,6 +1,6 @@
 // CISensor: proxy of the server's sensors. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_ISENSOR_TABLE(X) \
     X(Get,           13, Object, NOTE_NONE, long*, CStr*, long*, short*, short*, short*, long*, long*) \
@@ -11,7 +11,9 @@
     X(LogRawStatus,  18, Object, NOTE_NOGUARD | NOTE_QUIET, short, short, short)
 
 class CISensor : public CClientInterface {
-    KV_PROXY(IF_SENSOR, "ISensor")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_SENSOR, "ISensor")
     KV_ISENSOR_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_ISENSOR_TABLE)
 };

@@ -1,6 +1,6 @@
 // CITank: proxy of the server's tanks. Rows as in docs/protocol.md.
 #pragma once
-#include "proxies/proxy.h"
+#include "rpc/method.h"
 
 #define KV_ITANK_TABLE(X) \
     X(Get,                   13, Object, NOTE_NONE, long*, CStr*, long*, CCur*, CCur*, long*, long*) \
@@ -17,7 +17,9 @@
     X(ClearStrappingTable,   24, Object, NOTE_NOGUARD)
 
 class CITank : public CClientInterface {
-    KV_PROXY(IF_TANK, "ITank")
+public:
+    using CClientInterface::CClientInterface;
+    KV_INTERFACE(IF_TANK, "ITank")
     KV_ITANK_TABLE(KV_METHOD)
     KV_METHOD_INFOS(KV_ITANK_TABLE)
 };

@@ -122,6 +122,27 @@ TEST(ApiFrame, EveryFamilyChecksSessionConnectionAndClientType) {
     EXPECT_EQ(LogMT(lost.s, "x"), -14);
     EXPECT_EQ(CheckForManagementFtnMT(&calls.s), 0);
     lost.s->SetConnected(true);
+
+    // And through: the client number as the object, the generic count on the class.
+    server.Clear();
+    server.On(IF_CLIENT, 15, [](const FakeCall&, FakeReply& r) { r.Short(0, 1).Short(1, 2); });
+    server.On(IF_CLIENT, 5, [](const FakeCall&, FakeReply& r) { r.Long(0, 3); });
+    short a = 0, b = 0;
+    long clients = 0;
+    EXPECT_EQ(FireEventsMT(calls.s), 0);
+    EXPECT_EQ(ClientStatusMT(calls.s, &a, &b), 0);
+    EXPECT_EQ(a, 1);
+    EXPECT_EQ(b, 2);
+    EXPECT_EQ(GetClientsCountMT(calls.s, &clients), 0);
+    EXPECT_EQ(clients, 3);
+    EXPECT_EQ(FireClientEventMT(events.s, 9, "hello"), 0);
+    const auto done = server.CallsTo(IF_CLIENT);
+    ASSERT_EQ(done.size(), 4u);
+    EXPECT_EQ(done[0].h.function, 38);
+    EXPECT_EQ(done[0].Object(), 43);
+    EXPECT_EQ(done[2].Object(), -1);
+    EXPECT_EQ(done[3].Int(0), 9);
+    EXPECT_EQ(done[3].Str(1), "hello");
 }
 
 TEST(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {

@@ -3,32 +3,12 @@
 // them into CStr and are left out.)
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
+#include "common/alloc_count.h"
 #include "common/fake_server.h"
-
-thread_local long tAllocations = 0;
-
-namespace {
-__attribute__((noinline)) void* Take(std::size_t n) {
-    ++tAllocations;
-    if (void* p = std::malloc(n ? n : 1)) return p;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void GiveBack(void* p) { std::free(p); }
-}  // namespace
-
-void* operator new(std::size_t n) { return Take(n); }
-void* operator new[](std::size_t n) { return Take(n); }
-void operator delete(void* p) noexcept { GiveBack(p); }
-void operator delete(void* p, std::size_t) noexcept { GiveBack(p); }
-void operator delete[](void* p) noexcept { GiveBack(p); }
-void operator delete[](void* p, std::size_t) noexcept { GiveBack(p); }
 
 using namespace kvtest;
 
-TEST(KV_PAIRFrame, CallsWithoutStringsAllocateNothing) {
+TEST(ApiFrameCallPath, CallsWithoutStringsAllocateNothing) {
     CClientDir dir;
     CFakeServer server(dir);
     server.On(IF_CLIENT, 34, [](const FakeCall&, FakeReply& r) { r.Date(0, 133444736000000000ULL); });

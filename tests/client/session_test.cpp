@@ -153,7 +153,7 @@ TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
     EXPECT_EQ(ClientLogoffMT(&none), 8);
 }
 
-TEST(CKVCLProcessLogon, BusyServerIsAskedAgainEverySecond) {
+TEST(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
     CClientDir dir;
     CFakeServer server(dir);
     server.QueueResults(IF_CLIENT, 13, std::vector<long>(9, 54));
@@ -171,6 +171,19 @@ TEST(CKVCLProcessLogon, BusyServerIsAskedAgainEverySecond) {
     EXPECT_EQ(server.Logon(&s, 4, 1), -7);
     EXPECT_EQ(s, nullptr);
     EXPECT_NE(dir.ClientLog(4).find("Logon result -7, try 0."), std::string::npos);
+
+    // Failures after the logon call log off (on the server too once the session ID is
+    // known) and end the logon with the server's result.
+    server.QueueResults(IF_CLIENT, 37, {-5});
+    EXPECT_EQ(server.Logon(&s, 4, 1), -5);
+    server.QueueResults(IF_CLIENT, 16, {-3});
+    server.Clear();
+    EXPECT_EQ(server.Logon(&s, 4, 7), -3);
+    EXPECT_EQ(s, nullptr);
+    EXPECT_EQ(server.CallsTo(IF_CLIENT, 14).size(), 1u);
+    const std::string failures = dir.ClientLog(4);
+    EXPECT_NE(failures.find("Logon() GetSessionID Logoff"), std::string::npos);
+    EXPECT_NE(failures.find("Logon() RegisterInterface EVENTS_OBJECT Logoff"), std::string::npos);
 
     // A server that cannot be reached: -19.
     EXPECT_EQ(ClientLogonExMT(&s, 4, 1, "127.0.0.1", 1, 1, 500, nullptr, nullptr, 0), -19);
@@ -297,21 +310,22 @@ TEST(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 23, 2), 0);
 
-    long count = -1;
-    short type = -1;
-    EXPECT_EQ(GetEventsCountMT(s, &count), 0);
-    EXPECT_EQ(count, 0);
-    EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
-    EXPECT_EQ(type, 0);
+    // The count and the type at the head, as the exported functions report them.
+    auto queue = [s] {
+        long count = -1;
+        short type = -1;
+        EXPECT_EQ(GetEventsCountMT(s, &count), 0);
+        EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
+        return std::make_pair(count, type);
+    };
+    EXPECT_EQ(queue(), std::make_pair(0L, short{0}));
     EXPECT_EQ(DiscardNextEventMT(s), 2);
     s->QueueEvent(new TestEvent(3));
     s->QueueEvent(new TestEvent(1));
     s->QueueEvent(new TestEvent(24));
-    EXPECT_EQ(GetEventsCountMT(s, &count), 0);
-    EXPECT_EQ(count, 3);
-    EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
-    EXPECT_EQ(type, 3);
+    EXPECT_EQ(queue(), std::make_pair(3L, short{3}));
     EXPECT_EQ(GetEventsCountMT(s, nullptr), 0);
+    EXPECT_EQ(GetNextEventTypeMT(s, nullptr), 0);
     CEvent* head = s->GetEvent();
     ASSERT_NE(head, nullptr);
     EXPECT_EQ(head->Type(), 3);
@@ -319,10 +333,7 @@ TEST(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
     EXPECT_EQ(DiscardNextEventMT(s), 0);
     EXPECT_EQ(s->PeekEvent()->Type(), 24);
     s->QueueEvent(new TestEvent(5));
-    EXPECT_EQ(GetEventsCountMT(s, &count), 0);
-    EXPECT_EQ(count, 2);
-    EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
-    EXPECT_EQ(type, 24);
+    EXPECT_EQ(queue(), std::make_pair(2L, short{24}));
     EXPECT_EQ(ProcessEventsMT(s), 0);
     // Records left behind go with the session.
     s->QueueEvent(new TestEvent(6));

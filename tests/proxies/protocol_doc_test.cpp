@@ -1,12 +1,12 @@
 // docs/protocol.md against the tables that the code is built from, in both directions.
 #include <gtest/gtest.h>
-#include <fstream>
 #include <map>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 #include "proxies/registry.h"
+#include "rpc/net_fixture.h"
 
 namespace {
 
@@ -92,11 +92,6 @@ std::map<Key, DocRow> Parse(const std::string& text, std::vector<std::string>& e
     return rows;
 }
 
-const char* HeaderRule(const MethodInfo& info)
-{
-    return info.hdr == THdr::Object ? "object" : "-1";
-}
-
 // Every difference between the document's rows and the registry, one line per row.
 std::vector<std::string> Compare(const std::string& text)
 {
@@ -105,22 +100,22 @@ std::vector<std::string> Compare(const std::string& text)
     for (const KvInterfaceRows& i : kInterfaceRows) {
         for (std::size_t k = 0; k < i.count; ++k) {
             const MethodInfo& info = *i.methods[k];
-            const std::string code = std::string(i.className) + " " + std::to_string(info.id) + " " + info.name;
             const auto found = doc.find(Key{i.type, info.id});
             if (found == doc.end()) {
-                errors.push_back(code + ": not in the document");
+                errors.push_back(std::string(i.className) + " " + std::to_string(info.id) + " " + info.name +
+                                 ": not in the document");
                 continue;
             }
             const DocRow& r = found->second;
+            static const char* const kHdr[] = {"object", "-1", "-1 (Set row)"};
             const bool setRow = r.name == "Set" || r.name == "SetEx";
-            const THdr docHdr = r.header == "object" ? THdr::Object : setRow ? THdr::SetCls : THdr::Class;
+            const std::string header = r.header == "-1" && setRow ? "-1 (Set row)" : r.header;
             if (r.name != info.name)
                 errors.push_back(r.where + ": the code calls it " + info.name);
             if (r.module != info.module)
                 errors.push_back(r.where + ": module " + r.module + ", the code's " + info.module);
-            if ((r.header != "object" && r.header != "-1") || docHdr != info.hdr)
-                errors.push_back(r.where + ": header " + r.header + ", the code's " + HeaderRule(info) +
-                                 (info.hdr == THdr::SetCls ? " (Set row)" : ""));
+            if (header != kHdr[static_cast<int>(info.hdr)])
+                errors.push_back(r.where + ": header " + header + ", the code's " + kHdr[static_cast<int>(info.hdr)]);
             if (r.wire != info.wire)
                 errors.push_back(r.where + ": sends '" + r.wire + "', the code '" + info.wire + "'");
             if (r.notes != info.notes)
@@ -131,14 +126,6 @@ std::vector<std::string> Compare(const std::string& text)
     for (const auto& [key, r] : doc)
         errors.push_back(r.where + ": not in the code");
     return errors;
-}
-
-std::string ReadDoc()
-{
-    std::ifstream in(KV_SOURCE_DIR "/docs/protocol.md", std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
 }
 
 std::string Joined(const std::vector<std::string>& lines)
@@ -153,7 +140,7 @@ std::string Joined(const std::vector<std::string>& lines)
 
 TEST(ProtocolDoc, MatchesTheTablesBothWays)
 {
-    const std::string text = ReadDoc();
+    const std::string text = kvtest::ReadFile(KV_SOURCE_DIR "/docs/protocol.md");
     ASSERT_NE(std::string::npos, text.find("## CIPump — interface 4, module IPump"));
     std::vector<std::string> errors;
     std::size_t codeRows = 0;
@@ -168,7 +155,7 @@ TEST(ProtocolDoc, MatchesTheTablesBothWays)
 // The check itself: a drifted copy of the document must be caught, naming the row.
 TEST(ProtocolDoc, NamesTheRowThatDrifts)
 {
-    const std::string text = ReadDoc();
+    const std::string text = kvtest::ReadFile(KV_SOURCE_DIR "/docs/protocol.md");
     const struct {
         const char* from;
         const char* to;
@@ -181,8 +168,7 @@ TEST(ProtocolDoc, NamesTheRowThatDrifts)
         {"| 34 | GetIDByOrdinalFiletered |", "| 34 | GetIDByOrdinalFiltered |", "CIDelivery 34 GetIDByOrdinalFiltered"},
         {"| 3 | New | -1 | S l l |", "| 3 | New | -1 | l l S |", "common 3 New"},
         {"| 20 | AttendantLogoff | -1 | l | one-way |  |\n", "", "CIDB 20 AttendantLogoff: not in the document"},
-        {"| 47 | WDReset | object | — |  |  |", "| 47 | WDReset | object | — |  |  |\n| 48 | WDPing | object | — |  |  |",
-         "CIClient 48 WDPing (line"},
+        {"| 47 | WDReset | object | — |  |  |", "| 48 | WDReset | object | — |  |  |", "CIClient 48 WDReset (line"},
         {"## CITank — interface 7", "## CITank — interface 17", "CITank 13 Get: not in the document"},
     };
     for (const auto& d : drifts) {
