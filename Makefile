@@ -7,7 +7,7 @@ CONF_i386   = -DKV_M32=ON
 CONF_asan   = -DKV_SANITIZE=address
 CONF_tsan   = -DKV_SANITIZE=thread
 
-.PHONY: all build test deps clean $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
+.PHONY: all build test deps clean fuzz bench $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
 
 all: build
 
@@ -35,6 +35,27 @@ build: deps build-x86_64 build-i386
 # under ThreadSanitizer.
 test: deps test-x86_64 test-i386 test-asan test-tsan
 	@echo "make test: all configurations passed"
+
+# libFuzzer targets of the transport under ASan+UBSan, built with clang in build/fuzz; each
+# runs FUZZ_SECONDS (default 60). Crashes land in build/fuzz/run/artifacts/.
+FUZZ_SECONDS ?= 60
+fuzz:
+	@tools/deps.sh base fuzz
+	cmake -S . -B build/fuzz -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DKV_FUZZ=ON -DKV_TESTS=OFF \
+		-DKV_SANITIZE=address -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build build/fuzz -j$(JOBS) --target fuzz_seeds fuzz_readmsg fuzz_processmsg
+	FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run.sh build/fuzz
+
+# Transport benchmarks (Google Benchmark, Release, x86_64): pinned to CPU 0, then unpinned.
+BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+bench:
+	@tools/deps.sh base bench
+	cmake -S . -B build/bench -DKV_BENCH=ON -DKV_TESTS=OFF -DCMAKE_BUILD_TYPE=Release >/dev/null
+	cmake --build build/bench -j$(JOBS) --target bench_transport
+	@echo "== pinned: taskset -c 0 (client and server threads share one CPU)"
+	taskset -c 0 build/bench/bench/bench_transport $(BENCH_ARGS)
+	@echo "== unpinned"
+	build/bench/bench/bench_transport $(BENCH_ARGS)
 
 clean:
 	rm -rf build

@@ -20,7 +20,10 @@ for want in "${@:-base}"; do
       check "googletest sources" googletest test -f /usr/src/googletest/CMakeLists.txt
       ;;
     i386) check "32-bit C++ toolchain" g++-multilib m32_ok ;;
-    bench) check "Google Benchmark" libbenchmark-dev test -f /usr/include/benchmark/benchmark.h ;;
+    bench)
+      check "Google Benchmark" libbenchmark-dev test -f /usr/include/benchmark/benchmark.h
+      check taskset util-linux command -v taskset
+      ;;
     fuzz)
       check clang clang command -v clang++
       check "libFuzzer runtime" libclang-rt-dev sh -c 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a'

@@ -2,8 +2,11 @@
 // CClientProcess: the client form (call socket + events socket to one server).
 // CServerProcess: the server form (listening call and events ports, many clients).
 #pragma once
+#include <poll.h>
+
 #include <cstdint>
 #include <set>
+#include <vector>
 #include "foundation/ini.h"
 #include "foundation/list.h"
 #include "foundation/log.h"
@@ -201,4 +204,13 @@ private:
 
     std::set<long> _paired;                                  // IDs announced by ClientConnected
     int _depth;                                              // > 0 inside a pass: deletions wait
+
+    // The poll set of a pass, kept between passes for its room.
+    struct PollEntry {
+        CSocket* socket;
+        TPort port;
+        bool listener;
+    };
+    std::vector<pollfd> _pollFds;
+    std::vector<PollEntry> _pollEntries;
 };

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <utility>
 #include <vector>
 
 #include "rpc/process.h"
@@ -60,17 +61,17 @@ void CServerProcess::MainLoopInner() {
 int CServerProcess::RunOnce(long waitMs) {
     if (!_callListener || !_callListener->IsOpen() || !_eventsListener->IsOpen()) return -1;
     ++_depth;
-    struct Entry {
-        CSocket* socket;
-        TPort port;
-        bool listener;
-    };
-    std::vector<pollfd> fds;
-    std::vector<Entry> entries;
+    // The poll set is rebuilt every pass in the vectors of the last pass, which keep their
+    // room, so that serving a call allocates nothing. A nested pass finds them taken and
+    // builds its own.
+    std::vector<pollfd> fds = std::move(_pollFds);
+    std::vector<PollEntry> entries = std::move(_pollEntries);
+    fds.clear();
+    entries.clear();
     auto add = [&](CSocket* s, TPort port, bool listener) {
         if (!s->IsOpen()) return;
         fds.push_back(pollfd{s->Descriptor(), static_cast<short>(POLLIN | POLLPRI), 0});
-        entries.push_back(Entry{s, port, listener});
+        entries.push_back(PollEntry{s, port, listener});
     };
     add(_callListener, CALL_PORT, true);
     add(_eventsListener, EVENTS_PORT, true);
@@ -88,7 +89,7 @@ int CServerProcess::RunOnce(long waitMs) {
     int handled = 0;
     for (size_t i = 0; ready > 0 && i < fds.size(); ++i) {
         if (!fds[i].revents) continue;
-        const Entry& e = entries[i];
+        const PollEntry& e = entries[i];
         if (e.listener) {
             AcceptAll(static_cast<CServerSocket*>(e.socket), e.port);
             ++handled;
@@ -101,6 +102,8 @@ int CServerProcess::RunOnce(long waitMs) {
         }
     }
     --_depth;
+    _pollFds = std::move(fds);
+    _pollEntries = std::move(entries);
     Sweep();
     CheckTimers();
     _watchDog.Kick();
