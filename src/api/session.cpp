@@ -66,11 +66,11 @@ KV_API long ClientLogonExMT(CKVCLProcess** session, long clientId, short clientT
     CSLock lock;
     if (!session)
         return NO_SESSION_RESULT;
-    const CStr host(server);
     delete *session;
     *session = nullptr;
-    auto* s = new CKVCLProcess(clientId, clientType, static_cast<char*>(host), callPort, eventsPort, callTimeout,
-                               EventHandle(event), window, message);
+    // A null or empty server (or "<LOCAL>") is this machine.
+    auto* s = new CKVCLProcess(clientId, clientType, server, callPort, eventsPort, callTimeout, EventHandle(event),
+                               window, message);
     return StartSession(session, s, clientType);
 }
 
