@@ -142,3 +142,18 @@ private:
         ::kvapi::CSLock kvLock;                                                         \
         return pGCLProcess ? Name##MT KV_SESSION_ARGS Args : long(NO_SESSION_RESULT);   \
     }
+
+// The look-up rows that every object family shares: its count, the ID by ordinal, number
+// and name (common methods with header object -1), and Delete, which waits for the reply.
+// Delete, like every common method, sends an ID of -1 as it is.
+#define KV_LOOKUP_PAIRS(Plural, Singular, Proxy)                                              \
+    KV_PAIR(Get##Plural##Count, ::kvapi::FAMILY_CALLS, (long* count), (count),                \
+            p.Proxy()->Count(count))                                                          \
+    KV_PAIR(Get##Singular##ByOrdinal, ::kvapi::FAMILY_CALLS, (long ordinal, long* id),        \
+            (ordinal, id), p.Proxy()->GetIDByOrdinal(ordinal, id))                            \
+    KV_PAIR(Get##Singular##ByNumber, ::kvapi::FAMILY_CALLS, (long number, long* id),          \
+            (number, id), p.Proxy()->GetIDByNumber(number, id))                               \
+    KV_PAIR(Get##Singular##ByName, ::kvapi::FAMILY_CALLS, (const char* name, long* id),       \
+            (name, id), p.Proxy()->GetIDByName(::kvapi::GetStr(name), id))                    \
+    KV_PAIR(Delete##Singular, ::kvapi::FAMILY_CALLS, (long id), (id),                         \
+            p.Proxy()->Delete(id, false))
