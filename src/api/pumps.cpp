@@ -7,16 +7,7 @@ using namespace kvapi;
 
 // ---- look-ups ----
 
-KV_PAIR(GetPumpsCount, FAMILY_CALLS, (long* count), (count),
-        p.Pump()->Count(count))
-KV_PAIR(GetPumpByOrdinal, FAMILY_CALLS, (long ordinal, long* id), (ordinal, id),
-        p.Pump()->GetIDByOrdinal(ordinal, id))
-KV_PAIR(GetPumpByNumber, FAMILY_CALLS, (long number, long* id), (number, id),
-        p.Pump()->GetIDByNumber(number, id))
-KV_PAIR(GetPumpByName, FAMILY_CALLS, (const char* name, long* id), (name, id),
-        p.Pump()->GetIDByName(GetStr(name), id))
-KV_PAIR(DeletePump, FAMILY_CALLS, (long id), (id),
-        p.Pump()->Delete(id, false))
+KV_LOOKUP_PAIRS(Pumps, Pump, Pump)
 KV_PAIR(GetPumpHosesCount, FAMILY_CALLS, (long id, long* count), (id, count),
         p.Pump()->GetHosesCount(id, count))
 KV_PAIR(GetPumpHoseByNumber, FAMILY_CALLS, (long id, long number, long* hoseId), (id, number, hoseId),
