@@ -7,7 +7,7 @@ CONF_i386   = -DKV_M32=ON
 CONF_asan   = -DKV_SANITIZE=address
 CONF_tsan   = -DKV_SANITIZE=thread
 
-.PHONY: all build test deps clean fuzz bench $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
+.PHONY: all build test deps clean demo fuzz bench $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
 
 all: build
 
@@ -35,6 +35,13 @@ build: deps build-x86_64 build-i386
 # under ThreadSanitizer.
 test: deps test-x86_64 test-i386 test-asan test-tsan
 	@echo "make test: all configurations passed"
+
+# kvsim and the POS example built for x86_64 and run against each other on free loopback ports.
+demo:
+	@tools/deps.sh base
+	cmake -S . -B build/x86_64 $(CONF_x86_64) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build build/x86_64 -j$(JOBS) --target kvsim pos_demo
+	@tools/demo.sh build/x86_64
 
 # libFuzzer targets of the transport under ASan+UBSan, built with clang in build/fuzz; each
 # runs FUZZ_SECONDS (default 60). Crashes land in build/fuzz/run/artifacts/.
