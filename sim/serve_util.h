@@ -65,8 +65,10 @@ inline long LogRaw(CInterface& i, const char* device, long number, short code, s
 
 }  // namespace sim
 
-// The body of a served interface's ProcessCall: the table's rows, else -4.
+// The constructor and ProcessCall of a served interface: the table's rows, else -4. Both
+// live in one file so that the interface's templates are made there alone.
 #define KV_SIM_PROCESS_CALL(Class, Object, TABLE, Module)                                   \
+    Class::Class(CForecourt& fc, CProcess* process) : CSimIface(fc, process) {}            \
     namespace {                                                                             \
     struct Class##Rows {                                                                    \
         KV_SERVER_DISPATCH(Dispatch, TABLE)                                                 \

@@ -26,7 +26,7 @@ protected:
 
 class CPumpsIf : public CSimIface<CSimPump, IF_PUMP> {
 public:
-    using CSimIface::CSimIface;
+    CPumpsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimPump* pump, CSocket* socket) override;
 
     long Get(CSimPump* p, long* number, CStr* name, short* protocol, short* address, short* level, short* autoAuth,
@@ -113,7 +113,7 @@ public:
 
 class CHosesIf : public CSimIface<CSimHose, IF_HOSE> {
 public:
-    using CSimIface::CSimIface;
+    CHosesIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimHose* hose, CSocket* socket) override;
 
     long Get(CSimHose* h, long* number, CStr* name, long* pumpId, long* pumpHoseNumber, long* gradeId, long* tankId);
@@ -131,7 +131,7 @@ public:
 
 class CGradesIf : public CSimIface<CSimGrade, IF_GRADE> {
 public:
-    using CSimIface::CSimIface;
+    CGradesIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimGrade* grade, CSocket* socket) override;
 
     long Get(CSimGrade* g, long* number, CStr* name, CStr* shortName, long* productId, CCur* price1, CCur* price2);
@@ -143,7 +143,7 @@ public:
 
 class CTanksIf : public CSimIface<CSimTank, IF_TANK> {
 public:
-    using CSimIface::CSimIface;
+    CTanksIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimTank* tank, CSocket* socket) override;
 
     long Get(CSimTank* t, long* number, CStr* name, long* gradeId, CCur* capacity, CCur* gaugeCapacity,
@@ -167,7 +167,7 @@ public:
 
 class CPortsIf : public CSimIface<CSimPort, IF_PORT> {
 public:
-    using CSimIface::CSimIface;
+    CPortsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimPort* port, CSocket* socket) override;
 
     long Get(CSimPort* p, long* number, CStr* name, CStr* device, CStr* settings, short* type, short* protocol,
@@ -191,7 +191,7 @@ public:
 
 class CDeliveriesIf : public CSimIface<CSimDelivery, IF_DELIVERY> {
 public:
-    using CSimIface::CSimIface;
+    CDeliveriesIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimDelivery* delivery, CSocket* socket) override;
 
     long AllCount(long* count);
@@ -254,7 +254,7 @@ public:
 
 class CAttendantsIf : public CSimIface<CSimAttendant, IF_ATTENDANT> {
 public:
-    using CSimIface::CSimIface;
+    CAttendantsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimAttendant* attendant, CSocket* socket) override;
 
     long Get(CSimAttendant* a, long* number, CStr* name, CStr* shortName, CStr* pin, CStr* tag, CStr* role,
@@ -268,7 +268,7 @@ public:
 
 class CZigBeesIf : public CSimIface<CSimZigBee, IF_ZIGBEE> {
 public:
-    using CSimIface::CSimIface;
+    CZigBeesIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimZigBee* device, CSocket* socket) override;
 
     long Get(CSimZigBee* z, long* number, CStr* name, short* type, CStr* address, CStr* firmware, long* portId);
@@ -278,7 +278,7 @@ public:
 
 class CCardClientsIf : public CSimIface<CSimCardClient, IF_CARDCLIENT> {
 public:
-    using CSimIface::CSimIface;
+    CCardClientsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimCardClient* client, CSocket* socket) override;
 
     long Get(CSimCardClient* c, long* number, CStr* name, CStr* prefix, short* cardType, short* status, CStr* t6,
@@ -292,7 +292,7 @@ public:
 
 class CCardReadsIf : public CSimIface<CSimCardRead, IF_CARDREAD> {
 public:
-    using CSimIface::CSimIface;
+    CCardReadsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimCardRead* read, CSocket* socket) override;
 
     long Get(CSimCardRead* r, long* number, CStr* name, long* pumpId, short* reader, long* cardClientId,
@@ -303,7 +303,7 @@ public:
 
 class CLogEventsIf : public CSimIface<CSimLogEvent, IF_LOGEVENT> {
 public:
-    using CSimIface::CSimIface;
+    CLogEventsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimLogEvent* event, CSocket* socket) override;
 
     long Get(CSimLogEvent* e, short* type, long* deviceId, long* code, CStr* device, short* level, short* state,
@@ -325,7 +325,7 @@ public:
 
 class CSensorsIf : public CSimIface<CSimSensor, IF_SENSOR> {
 public:
-    using CSimIface::CSimIface;
+    CSensorsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimSensor* sensor, CSocket* socket) override;
 
     long Get(CSimSensor* s, long* number, CStr* name, long* portId, short* type, short* address, short* enabled,
@@ -340,7 +340,7 @@ public:
 
 class CProductsIf : public CSimIface<CSimProduct, IF_PRODUCT> {
 public:
-    using CSimIface::CSimIface;
+    CProductsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimProduct* product, CSocket* socket) override;
 
     long Get(CSimProduct* p, long* number, CStr* name, CStr* code, short* type, CStr* t5, CStr* t6, long* v7,
@@ -358,7 +358,7 @@ public:
 
 class CSaleItemsIf : public CSimIface<CSimSaleItem, IF_SALEITEM> {
 public:
-    using CSimIface::CSimIface;
+    CSaleItemsIf(CForecourt& fc, CProcess* process);
     long ProcessCall(short function, CSimSaleItem* item, CSocket* socket) override;
 
     long Get(CSimSaleItem* s, long* number, long* productId, long* pumpId, long* clientNumber, short* quantity,
