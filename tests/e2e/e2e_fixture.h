@@ -7,7 +7,7 @@
 
 #include "common/fake_server.h"
 #include "kvclient.h"
-#include "sim/sim_fixture.h"
+#include "sim/wire_fixture.h"
 
 namespace e2e {
 

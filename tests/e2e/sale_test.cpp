@@ -1,0 +1,317 @@
+// Whole sales through the exported functions against kvsim: a prepay with its refund, a
+// preset with every event and database record it makes, two POS clients racing for one
+// delivery, and one successful call of every exported family.
+#include <thread>
+
+#include "e2e_fixture.h"
+
+using namespace e2e;
+
+namespace {
+
+struct Status {
+    short state = 0, hose = 0, reserveType = 0, level = 0, error = 0;
+    long delivery = 0, reserveClient = 0, attendant = 0;
+    double volume = 0, money = 0, price = 0;
+};
+
+Status PumpStatus(CKVCLProcess* s, long pump)
+{
+    Status st;
+    EXPECT_EQ(0, GetPumpStatusMT(s, pump, &st.state, &st.hose, &st.delivery, &st.reserveClient, &st.reserveType,
+                                 &st.attendant, nullptr, nullptr, &st.level, &st.volume, &st.money, &st.price,
+                                 &st.error));
+    return st;
+}
+
+bool WaitState(CKVCLProcess* s, long pump, short state, int ms = 10000)
+{
+    const auto start = std::chrono::steady_clock::now();
+    while (PumpStatus(s, pump).state != state)
+        if (kvtest::SecondsSince(start) * 1000 > ms)
+            return false;
+        else
+            usleep(2000);
+    return true;
+}
+
+// A delivery's record through GetDeliveryPropertiesEx4.
+struct Record {
+    long pump = 0, finished = 0, state = 0, type = 0, lock = 0, attendant = 0, started = 0, reserveClient = 0,
+         clearedBy = 0;
+    short hose = 0, presetType = 0, level = 0;
+    double presetValue = 0, volume = 0, money = 0, price = 0, volBefore = 0, volAfter = 0, moneyBefore = 0,
+           moneyAfter = 0, authorised = 0, refund = 0, net = 0;
+    long long tag = 0;
+};
+
+Record Delivery(CKVCLProcess* s, long id)
+{
+    Record r;
+    EXPECT_EQ(0, GetDeliveryPropertiesEx4MT(s, id, &r.pump, &r.hose, &r.presetType, &r.presetValue, &r.level,
+                                            &r.volume, &r.money, &r.price, &r.finished, &r.state, &r.type, &r.lock,
+                                            &r.attendant, &r.started, &r.volBefore, &r.volAfter, &r.moneyBefore,
+                                            &r.moneyAfter, &r.authorised, &r.refund, &r.tag, &r.reserveClient,
+                                            &r.clearedBy, &r.net));
+    return r;
+}
+
+double Cents(double v) { return std::round(v * 100) / 100; }
+
+}  // namespace
+
+TEST(PrepayAuthorise, WholePrepaySaleEndsWithItsRefund)
+{
+    kvtest::CClientDir dir;
+    LiveServer sim(Fast());
+    CControlLine control(sim.ControlPort());
+    Session pos(sim, 71, 7), other(sim, 72, 3);
+    ASSERT_EQ(0, pos.result);
+    ASSERT_EQ(0, other.result);
+    long pump = -1;
+    ASSERT_EQ(0, GetPumpByNumberMT(pos, 3, &pump));
+
+    EXPECT_EQ(0, PrepayReserveMT(pos, pump));
+    EXPECT_EQ(SR_RESERVED_OTHER, PrepayReserveMT(other, pump));
+    EXPECT_EQ(SR_RESERVED_OTHER, PrepayAuthoriseMT(other, pump, PRESET_MONEY, 10.0, 0, 0));
+    EXPECT_EQ(SR_RESERVED_OTHER, AuthoriseMT(other, pump));
+    EXPECT_EQ(0, PrepayAuthoriseMT(pos, pump, PRESET_MONEY, 30.0, 0, 2));
+    Status st = PumpStatus(other, pump);
+    EXPECT_EQ(PS_AUTHORISED, st.state);
+    EXPECT_EQ(71, st.reserveClient);
+    EXPECT_EQ(RES_PREPAY, st.reserveType);
+
+    // The customer takes Super 98 from hose 2, and stops short of the prepaid amount.
+    ASSERT_EQ("ok lift pump 3 Delivering", control("lift 3 2"));
+    const auto start = std::chrono::steady_clock::now();
+    while (PumpStatus(pos, pump).volume < 5 && kvtest::SecondsSince(start) < 10)
+        usleep(2000);
+    ASSERT_EQ("ok hang pump 3 Idle", control("hang 3"));
+    st = PumpStatus(pos, pump);
+    EXPECT_EQ(PS_IDLE, st.state);
+    EXPECT_EQ(RES_NONE, st.reserveType);
+
+    Record r = Delivery(pos, st.delivery);
+    EXPECT_EQ(pump, r.pump);
+    EXPECT_EQ(2, r.hose);
+    EXPECT_EQ(DT_PREPAY, r.type);
+    EXPECT_EQ(DS_COMPLETED, r.state);
+    EXPECT_EQ(71, r.reserveClient);
+    EXPECT_DOUBLE_EQ(1.619, r.price);
+    EXPECT_GE(r.volume, 5.0);
+    EXPECT_DOUBLE_EQ(Cents(r.volume * 1.619), r.money);
+    EXPECT_DOUBLE_EQ(30.0, r.authorised);
+    EXPECT_NEAR(30.0 - r.money, r.refund, 1e-9);
+    EXPECT_NEAR(r.volume, r.volAfter - r.volBefore, 1e-9);
+    EXPECT_GE(r.finished, r.started);
+
+    // The prepay's client settles it; the refund is its to pay out.
+    EXPECT_EQ(0, LockAndClearDeliveryMT(pos, st.delivery, CLEAR_CASH));
+    long current = -1;
+    EXPECT_EQ(0, GetDeliveriesCountMT(other, &current));
+    EXPECT_EQ(0, current);
+}
+
+TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
+{
+    kvtest::CClientDir dir;
+    LiveServer sim(Fast());
+    CControlLine control(sim.ControlPort());
+    Session pos(sim, 75, 7);
+    ASSERT_EQ(0, pos.result);
+    long pump = -1, tank = -1, hose = -1;
+    ASSERT_EQ(0, GetPumpByNumberMT(pos, 1, &pump));
+    ASSERT_EQ(0, GetPumpHoseByNumberMT(pos, pump, 1, &hose));
+    ASSERT_EQ(0, GetHosePropertiesMT(pos, hose, nullptr, nullptr, nullptr, nullptr, nullptr, &tank));
+    double before = 0, after = 0;
+    ASSERT_EQ(0, GetTankStatusMT(pos, tank, nullptr, nullptr, nullptr, &before, nullptr, nullptr, nullptr, nullptr,
+                                 nullptr, nullptr));
+
+    EXPECT_EQ(0, LoadPresetMT(pos, pump, PRESET_MONEY, 20.0, 0, 0));
+    ASSERT_EQ("ok lift pump 1 Delivering", control("lift 1 1"));
+    ASSERT_TRUE(WaitState(pos, pump, PS_FINISHED));
+    ASSERT_EQ("ok hang pump 1 Idle", control("hang 1"));
+
+    // The pump events: authorised, delivering with its progress, finished, idle.
+    std::vector<short> states;
+    double last = -1;
+    bool rising = true;
+    long delivery = -1;
+    short logged = 0, totals = 0, tankStatus = 0;
+    const auto start = std::chrono::steady_clock::now();
+    while ((states.empty() || states.back() != PS_IDLE || !logged || !totals || !tankStatus) &&
+           kvtest::SecondsSince(start) < 5) {
+        ProcessEventsMT(pos);
+        short type = 0;
+        while (GetNextEventTypeMT(pos, &type) == 0 && type != 0) {
+            if (type == 1) {
+                long id = 0;
+                short state = 0;
+                double volume = 0;
+                EXPECT_EQ(0, GetNextPumpEventMT(pos, &id, nullptr, &state, nullptr, nullptr, nullptr, nullptr,
+                                                nullptr, nullptr, nullptr, nullptr, &volume, nullptr, nullptr,
+                                                nullptr));
+                if (state == PS_DELIVERING) {
+                    rising = rising && volume >= last;
+                    last = volume;
+                }
+                if (states.empty() || states.back() != state)
+                    states.push_back(state);
+            } else if (type == 6) {
+                long id = 0;
+                double money = 0;
+                EXPECT_EQ(0, GetNextDBLogDeliveryEventMT(pos, &id, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                         nullptr, &money, nullptr, nullptr, nullptr, nullptr));
+                EXPECT_DOUBLE_EQ(20.0, money);
+                delivery = id;
+                ++logged;
+            } else {
+                totals += type == 9;
+                tankStatus += type == 13;
+                DiscardNextEventMT(pos);
+            }
+        }
+        usleep(2000);
+    }
+    EXPECT_EQ((std::vector<short>{PS_AUTHORISED, PS_DELIVERING, PS_FINISHED, PS_IDLE}), states);
+    EXPECT_TRUE(rising);
+    EXPECT_EQ(1, logged);
+    EXPECT_EQ(1, totals);
+    EXPECT_EQ(1, tankStatus);
+
+    Record r = Delivery(pos, delivery);
+    EXPECT_DOUBLE_EQ(20.0, r.money);
+    EXPECT_DOUBLE_EQ(13.7046, r.volume);
+    EXPECT_EQ(PRESET_MONEY, r.presetType);
+    EXPECT_DOUBLE_EQ(20.0, r.presetValue);
+    ASSERT_EQ(0, GetTankStatusMT(pos, tank, nullptr, nullptr, nullptr, &after, nullptr, nullptr, nullptr, nullptr,
+                                 nullptr, nullptr));
+    EXPECT_NEAR(r.volume, before - after, 1e-9);
+
+    // Locked and cleared: the clear is logged to the database with its type and client.
+    EXPECT_EQ(0, LockDeliveryMT(pos, delivery));
+    EXPECT_EQ(0, ClearDeliveryMT(pos, delivery, CLEAR_CARD));
+    ASSERT_TRUE(pos.WaitFor(7));
+    long id = 0, client = 0;
+    short clearType = 0;
+    EXPECT_EQ(0, GetNextDBClearDeliveryEventMT(pos, &id, &clearType, &client, nullptr, nullptr));
+    EXPECT_EQ(delivery, id);
+    EXPECT_EQ(CLEAR_CARD, clearType);
+    EXPECT_EQ(75, client);
+    EXPECT_EQ(0, AckDeliveryDBLogMT(pos, delivery));
+    long notLogged = -1;
+    EXPECT_EQ(0, GetDeliveriesCountNotLoggedMT(pos, &notLogged));
+    EXPECT_EQ(0, notLogged);
+}
+
+TEST(LockDelivery, TwoPosClientsRaceForOneDelivery)
+{
+    kvtest::CClientDir dir;
+    LiveServer sim(Fast());
+    CControlLine control(sim.ControlPort());
+    Session a(sim, 73, 3), b(sim, 74, 3);
+    ASSERT_EQ(0, a.result);
+    ASSERT_EQ(0, b.result);
+    ASSERT_EQ("ok lift pump 7 Delivering", control("lift 7 1"));   // pump 7 authorises itself
+    usleep(100000);
+    ASSERT_EQ("ok hang pump 7 Idle", control("hang 7"));
+    long id = -1;
+    ASSERT_EQ(0, GetDeliveryByOrdinalMT(a, 1, &id));
+
+    // Both ask at the same moment: exactly one lock is granted.
+    for (int round = 0; round < 20; ++round) {
+        long ra = -1, rb = -1;
+        std::thread ta([&] { ra = LockDeliveryMT(a, id); });
+        std::thread tb([&] { rb = LockDeliveryMT(b, id); });
+        ta.join();
+        tb.join();
+        ASSERT_TRUE((ra == 0 && rb == SR_LOCKED) || (ra == SR_LOCKED && rb == 0)) << ra << " " << rb;
+        CKVCLProcess* winner = ra == 0 ? a.s : b.s;
+        CKVCLProcess* loser = ra == 0 ? b.s : a.s;
+        EXPECT_EQ(SR_LOCKED, ClearDeliveryMT(loser, id, CLEAR_CASH));
+        EXPECT_EQ(SR_LOCKED, UnlockDeliveryMT(loser, id));
+        EXPECT_EQ(0, UnlockDeliveryMT(winner, id));
+    }
+    EXPECT_EQ(0, LockAndClearDeliveryMT(b, id, CLEAR_CASH));
+    EXPECT_EQ(SR_CLEARED, LockDeliveryMT(a, id));
+    long lockOwner = -1, clearedBy = -1;
+    EXPECT_EQ(0, GetDeliveryPropertiesEx4MT(a, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                            nullptr, nullptr, nullptr, nullptr, &lockOwner, nullptr, nullptr, nullptr,
+                                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                            &clearedBy, nullptr));
+    EXPECT_EQ(74, lockOwner);
+    EXPECT_EQ(74, clearedBy);
+}
+
+TEST(ExportedFamilies, EachAnswersAgainstTheSimulator)
+{
+    kvtest::CClientDir dir;
+    LiveServer sim;
+    CControlLine control(sim.ControlPort());
+    Session s(sim, 76, 7);
+    ASSERT_EQ(0, s.result);
+    ASSERT_EQ("ok card read 1201", control("tag 2 7001001234"));
+    ASSERT_EQ("ok alarm", control("alarm 1 2 1 High level"));
+    char text[24];
+    auto blank = [&] {
+        std::memset(text, ' ', sizeof text - 1);
+        text[sizeof text - 1] = 0;
+        return text;
+    };
+    auto is = [&](const char* want) { return std::strncmp(text, want, std::strlen(want)) == 0; };
+    long n = -1, l = -1;
+    short a1 = -1, a2 = -1;
+    double d = 0;
+    long long x = 0;
+
+    EXPECT_EQ(0, GetHosesCountMT(s, &n));                                           // hoses
+    EXPECT_EQ(23, n);
+    EXPECT_EQ(0, GetHosePropertiesMT(s, 201, nullptr, blank(), nullptr, nullptr, nullptr, nullptr));
+    EXPECT_TRUE(is("P1H1"));
+    EXPECT_EQ(0, GetGradePriceMT(s, 303, 2, &d));                                   // grades
+    EXPECT_DOUBLE_EQ(1.349, d);
+    EXPECT_EQ(0, GetProductsCountFilteredMT(s, &n, 1, "", "", "", "", -1, -1));     // products
+    EXPECT_EQ(2, n);
+    EXPECT_EQ(0, GetTankStatusMT(s, 403, nullptr, nullptr, nullptr, &d, nullptr, nullptr, nullptr, nullptr,
+                                 nullptr, nullptr));                                // tanks
+    EXPECT_DOUBLE_EQ(31000, d);
+    EXPECT_EQ(0, GetSensorStatusMT(s, 1001, &a1, &a2));                             // sensors
+    EXPECT_EQ(0, a2);
+    EXPECT_EQ(0, GetPortZBConfigMT(s, 503, &x, &l, nullptr, nullptr));              // ports
+    EXPECT_EQ(0x1A2B, x);
+    EXPECT_EQ(SR_NOT_FOUND, GetPortZBConfigMT(s, 501, &x, &l, nullptr, nullptr));
+    EXPECT_EQ(0, AttendantLogonMT(s, 602, 2345));                                   // attendants
+    EXPECT_EQ(0, GetAttendantStateMT(s, 602, &a1, &a2));
+    EXPECT_EQ(1, a1);
+    EXPECT_EQ(0, GetCardClientPropertiesMT(s, 702, nullptr, blank(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr));      // card clients
+    EXPECT_TRUE(is("Local Taxis"));
+    EXPECT_EQ(0, GetCardReadsCountMT(s, &n));                                       // card reads
+    EXPECT_EQ(1, n);
+    EXPECT_EQ(0, GetCardReadPropertiesMT(s, 1201, nullptr, nullptr, &l, nullptr, nullptr, &x, nullptr));
+    EXPECT_EQ(102, l);
+    EXPECT_EQ(7001001234LL, x);
+    EXPECT_EQ(0, GetZigBeePropertiesMT(s, 1102, nullptr, nullptr, nullptr, blank(), nullptr, nullptr));  // ZigBee
+    EXPECT_TRUE(is("0013A200400A0102"));
+    EXPECT_EQ(0, GetLogEventsCountMT(s, &n));                                       // log events
+    EXPECT_EQ(1, n);
+    EXPECT_EQ(0, AckLogEventMT(s, 1301));
+    EXPECT_EQ(0, LockSaleItemMT(s, 901));                                           // sale items
+    EXPECT_EQ(0, GetSaleItemPropertiesMT(s, 901, nullptr, nullptr, nullptr, nullptr, &a1, &d, nullptr, nullptr,
+                                         nullptr, &l, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                         nullptr));
+    EXPECT_EQ(1, a1);
+    EXPECT_DOUBLE_EQ(8.5, d);
+    EXPECT_EQ(76, l);
+    EXPECT_EQ(0, GetPumpsCountMT(s, &n));                                           // pumps
+    EXPECT_EQ(8, n);
+    EXPECT_EQ(0, GetDeliveriesCountMT(s, &n));                                      // deliveries
+    EXPECT_EQ(0, n);
+    EXPECT_EQ(0, GetTCPIPConfigMT(s, blank(), nullptr, nullptr, nullptr, &a1, nullptr));  // client management
+    EXPECT_TRUE(is("192.168.10.2"));
+    EXPECT_EQ(0, FindCardMT(s, "7002001111", &a1, &a2, &l, nullptr, nullptr));
+    EXPECT_EQ(702, l);
+    EXPECT_EQ(0, GetEventsCountMT(s, &n));                                          // events
+    EXPECT_TRUE(s.WaitFor(11));   // the attendant logon reached the database interface
+}
