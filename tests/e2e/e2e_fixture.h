@@ -13,6 +13,14 @@ namespace e2e {
 
 using namespace simtest;
 
+// A fresh working directory for the session logs, a running kvsim and its control line.
+struct Site {
+    kvtest::CClientDir dir;
+    LiveServer sim;
+    CControlLine control{sim.ControlPort()};
+    explicit Site(CSimSettings settings = {}) : sim(settings) {}
+};
+
 // A session of the library against the simulator; logged off when it goes.
 struct Session {
     CKVCLProcess* s = nullptr;

@@ -62,10 +62,8 @@ double Cents(double v) { return std::round(v * 100) / 100; }
 
 TEST(PrepayAuthorise, WholePrepaySaleEndsWithItsRefund)
 {
-    kvtest::CClientDir dir;
-    LiveServer sim(Fast());
-    CControlLine control(sim.ControlPort());
-    Session pos(sim, 71, 7), other(sim, 72, 3);
+    Site site(Fast());
+    Session pos(site.sim, 71, 7), other(site.sim, 72, 3);
     ASSERT_EQ(0, pos.result);
     ASSERT_EQ(0, other.result);
     long pump = -1;
@@ -82,11 +80,11 @@ TEST(PrepayAuthorise, WholePrepaySaleEndsWithItsRefund)
     EXPECT_EQ(RES_PREPAY, st.reserveType);
 
     // The customer takes Super 98 from hose 2, and stops short of the prepaid amount.
-    ASSERT_EQ("ok lift pump 3 Delivering", control("lift 3 2"));
+    ASSERT_EQ("ok lift pump 3 Delivering", site.control("lift 3 2"));
     const auto start = std::chrono::steady_clock::now();
     while (PumpStatus(pos, pump).volume < 5 && kvtest::SecondsSince(start) < 10)
         usleep(2000);
-    ASSERT_EQ("ok hang pump 3 Idle", control("hang 3"));
+    ASSERT_EQ("ok hang pump 3 Idle", site.control("hang 3"));
     st = PumpStatus(pos, pump);
     EXPECT_EQ(PS_IDLE, st.state);
     EXPECT_EQ(RES_NONE, st.reserveType);
@@ -114,10 +112,8 @@ TEST(PrepayAuthorise, WholePrepaySaleEndsWithItsRefund)
 
 TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
 {
-    kvtest::CClientDir dir;
-    LiveServer sim(Fast());
-    CControlLine control(sim.ControlPort());
-    Session pos(sim, 75, 7);
+    Site site(Fast());
+    Session pos(site.sim, 75, 7);
     ASSERT_EQ(0, pos.result);
     long pump = -1, tank = -1, hose = -1;
     ASSERT_EQ(0, GetPumpByNumberMT(pos, 1, &pump));
@@ -128,9 +124,9 @@ TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
                                  nullptr, nullptr));
 
     EXPECT_EQ(0, LoadPresetMT(pos, pump, PRESET_MONEY, 20.0, 0, 0));
-    ASSERT_EQ("ok lift pump 1 Delivering", control("lift 1 1"));
+    ASSERT_EQ("ok lift pump 1 Delivering", site.control("lift 1 1"));
     ASSERT_TRUE(WaitState(pos, pump, PS_FINISHED));
-    ASSERT_EQ("ok hang pump 1 Idle", control("hang 1"));
+    ASSERT_EQ("ok hang pump 1 Idle", site.control("hang 1"));
 
     // The pump events: authorised, delivering with its progress, finished, idle.
     std::vector<short> states;
@@ -206,15 +202,13 @@ TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
 
 TEST(LockDelivery, TwoPosClientsRaceForOneDelivery)
 {
-    kvtest::CClientDir dir;
-    LiveServer sim(Fast());
-    CControlLine control(sim.ControlPort());
-    Session a(sim, 73, 3), b(sim, 74, 3);
+    Site site(Fast());
+    Session a(site.sim, 73, 3), b(site.sim, 74, 3);
     ASSERT_EQ(0, a.result);
     ASSERT_EQ(0, b.result);
-    ASSERT_EQ("ok lift pump 7 Delivering", control("lift 7 1"));   // pump 7 authorises itself
+    ASSERT_EQ("ok lift pump 7 Delivering", site.control("lift 7 1"));   // pump 7 authorises itself
     usleep(100000);
-    ASSERT_EQ("ok hang pump 7 Idle", control("hang 7"));
+    ASSERT_EQ("ok hang pump 7 Idle", site.control("hang 7"));
     long id = -1;
     ASSERT_EQ(0, GetDeliveryByOrdinalMT(a, 1, &id));
 
@@ -245,13 +239,11 @@ TEST(LockDelivery, TwoPosClientsRaceForOneDelivery)
 
 TEST(ExportedFamilies, EachAnswersAgainstTheSimulator)
 {
-    kvtest::CClientDir dir;
-    LiveServer sim;
-    CControlLine control(sim.ControlPort());
-    Session s(sim, 76, 7);
+    Site site;
+    Session s(site.sim, 76, 7);
     ASSERT_EQ(0, s.result);
-    ASSERT_EQ("ok card read 1201", control("tag 2 7001001234"));
-    ASSERT_EQ("ok alarm", control("alarm 1 2 1 High level"));
+    ASSERT_EQ("ok card read 1201", site.control("tag 2 7001001234"));
+    ASSERT_EQ("ok alarm", site.control("alarm 1 2 1 High level"));
     char text[24];
     auto blank = [&] {
         std::memset(text, ' ', sizeof text - 1);

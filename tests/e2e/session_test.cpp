@@ -6,15 +6,13 @@ using namespace e2e;
 
 TEST(ClientLogonEx, WaitsOutABusyServerAndChecksItsVersion)
 {
-    kvtest::CClientDir dir;
-    LiveServer sim;
-    CControlLine control(sim.ControlPort());
-    ASSERT_EQ("ok busy 2", control("busy 2"));
+    Site site;
+    ASSERT_EQ("ok busy 2", site.control("busy 2"));
     const auto start = std::chrono::steady_clock::now();
-    Session pos(sim, 61, 7);
+    Session pos(site.sim, 61, 7);
     ASSERT_EQ(0, pos.result);
     EXPECT_GE(kvtest::SecondsSince(start), 2.0);   // two refusals, a second apart
-    EXPECT_NE(std::string::npos, dir.ClientLog(61).find("Logon result 54, try 1."));
+    EXPECT_NE(std::string::npos, site.dir.ClientLog(61).find("Logon result 54, try 1."));
     char version[40];
     std::memset(version, ' ', sizeof version - 1);
     version[sizeof version - 1] = 0;
@@ -27,9 +25,8 @@ TEST(ClientLogonEx, WaitsOutABusyServerAndChecksItsVersion)
 
 TEST(ClientLogonEx, EventsFollowTheClientTypeAndMask)
 {
-    kvtest::CClientDir dir;
-    LiveServer sim;
-    Session calls(sim, 62, 1), events(sim, 63, 3), all(sim, 64, 7);
+    Site site;
+    Session calls(site.sim, 62, 1), events(site.sim, 63, 3), all(site.sim, 64, 7);
     ASSERT_EQ(0, calls.result);
     ASSERT_EQ(0, events.result);
     ASSERT_EQ(0, all.result);
@@ -61,10 +58,8 @@ TEST(ClientLogonEx, EventsFollowTheClientTypeAndMask)
 
 TEST(TestConnection, ReconnectsUnderTheSameSessionAndKeepsTheQueue)
 {
-    kvtest::CClientDir dir;
-    LiveServer sim;
-    CControlLine control(sim.ControlPort());
-    Session pos(sim, 65, 7);
+    Site site;
+    Session pos(site.sim, 65, 7);
     ASSERT_EQ(0, pos.result);
     EXPECT_EQ(0, FireClientEventMT(pos, 9, "kept"));
     ASSERT_TRUE(pos.WaitFor(4));
@@ -72,12 +67,12 @@ TEST(TestConnection, ReconnectsUnderTheSameSessionAndKeepsTheQueue)
     EXPECT_EQ(0, GetEventsCountMT(pos, &queued));
 
     // kvsim closes both sockets; the next call fails, reconnects and is sent again.
-    ASSERT_EQ("ok dropped client 65", control("drop 65"));
+    ASSERT_EQ("ok dropped client 65", site.control("drop 65"));
     usleep(100000);
     long when = 0;
     EXPECT_EQ(0, GetDateTimeMT(pos, &when));
     EXPECT_LE(std::labs(when - static_cast<long>(time(nullptr))), 5);
-    EXPECT_NE(std::string::npos, dir.ClientLog(65).find("Reconnected successfully"));
+    EXPECT_NE(std::string::npos, site.dir.ClientLog(65).find("Reconnected successfully"));
     long after = 0;
     EXPECT_EQ(0, GetEventsCountMT(pos, &after));
     EXPECT_EQ(queued, after);
