@@ -1,0 +1,298 @@
+// The forecourt model driven directly: the pump state machine, delivery amounts, preset
+// stops, reservations, locks and the delivery lists.
+#include "sim_fixture.h"
+
+using namespace simtest;
+
+TEST(CForecourtPump, StateMachineFromLiftOrFromAuthorisation)
+{
+    Model m;
+    CSimPump& p = m.Pump(1);
+    const long id = p.ID();
+
+    // Lift first: calling, then the authorisation starts the delivery at once.
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    EXPECT_EQ(SR_STATE, m.fc.Lift(p, 2));   // one nozzle at a time
+    EXPECT_EQ(SR_OK, m.Pumps().Authorise(&p));
+    m.fc.Advance(1000);
+    EXPECT_EQ(SR_OK, m.Pumps().TempStop(&p));
+    m.fc.Advance(5000);   // nothing flows while stopped
+    EXPECT_EQ(SR_STATE, m.Pumps().TempStop(&p));
+    EXPECT_EQ(SR_OK, m.Pumps().ReAuthorise(&p));
+    m.fc.Advance(1000);
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));
+    EXPECT_EQ((std::vector<long>{PS_CALLING, PS_DELIVERING, PS_STOPPED, PS_DELIVERING, PS_IDLE}), m.sink.States(id));
+    EXPECT_EQ(RawOf(1.2), m.Last(p).volume);   // two seconds at 0.6 l/s
+    EXPECT_EQ(DS_COMPLETED, m.Last(p).state);
+
+    // Authorise first: the lift of a hose the authorisation excludes only calls.
+    m.sink.Clear();
+    EXPECT_EQ(SR_OK, m.Pumps().LoadPreset(&p, PRESET_NONE, Money(0), 0, 2));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 2));
+    EXPECT_EQ(SR_STATE, m.Pumps().CancelAuthorise(&p));   // running
+    EXPECT_EQ(SR_OK, m.Pumps().TerminateDelivery(&p));
+    EXPECT_EQ((std::vector<long>{PS_AUTHORISED, PS_CALLING, PS_AUTHORISED, PS_DELIVERING, PS_FINISHED}),
+              m.sink.States(id));
+    EXPECT_EQ(1, m.sink.Count(TSimEvent::Zero));   // terminated before anything flowed
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));
+    EXPECT_EQ(PS_IDLE, m.fc.StateOf(p));
+
+    // Disabled pumps refuse authorisation, and cannot be disabled mid-delivery.
+    EXPECT_EQ(SR_OK, m.Pumps().DisablePump(&p));
+    EXPECT_EQ(SR_DISABLED, m.Pumps().Authorise(&p));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    EXPECT_EQ(PS_DISABLED, m.fc.StateOf(p));
+    EXPECT_EQ(SR_OK, m.Pumps().EnablePump(&p));
+    EXPECT_EQ(PS_CALLING, m.fc.StateOf(p));
+    EXPECT_EQ(SR_OK, m.Pumps().Authorise(&p));
+    EXPECT_EQ(SR_STATE, m.Pumps().DisablePump(&p));
+    EXPECT_EQ(kNoObject, m.Pumps().TerminateDelivery(nullptr));
+
+    // A pump set to authorise itself delivers on the lift alone.
+    CSimPump& self = m.Pump(7);
+    EXPECT_EQ(SR_OK, m.fc.Lift(self, 2));
+    EXPECT_EQ(PS_DELIVERING, m.fc.StateOf(self));
+}
+
+TEST(CForecourtPump, AmountsFollowThePriceLevelAndPresetsStopExactly)
+{
+    Model m;
+    // 6 l of Unleaded 95 at level 1 (1.459): 8.754 rounds to 8.75.
+    CSimDelivery& d = m.Sale(1, 10000);
+    EXPECT_EQ(RawOf(6), d.volume);
+    EXPECT_EQ(RawOf(1.459), d.price);
+    EXPECT_EQ(RawOf(8.75), d.money);
+    EXPECT_EQ(1, d.priceLevel);
+    // Pump 5 sells at level 2 by default; a preset may ask for level 1 instead.
+    EXPECT_EQ(RawOf(1.419), m.Sale(5, 1000).price);
+    CSimPump& p5 = m.Pump(5);
+    EXPECT_EQ(SR_OK, m.Pumps().LoadPreset(&p5, PRESET_VOLUME, Money(1), 1, 0));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p5, 1));
+    m.fc.Advance(60000);
+    EXPECT_EQ(RawOf(1.459), m.Last(p5).price);
+    EXPECT_EQ(RawOf(1), m.Last(p5).volume);
+
+    // A money preset stops at the least volume whose money rounds to it.
+    CSimPump& p = m.Pump(2);
+    EXPECT_EQ(SR_OK, m.Pumps().LoadPreset(&p, PRESET_MONEY, Money(20), 0, 0));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    m.fc.Advance(22000);
+    EXPECT_EQ(PS_DELIVERING, m.fc.StateOf(p));
+    m.fc.Advance(60000);
+    CSimDelivery& preset = m.Last(p);
+    EXPECT_EQ(PS_FINISHED, m.fc.StateOf(p));
+    EXPECT_EQ(RawOf(20), preset.money);
+    EXPECT_EQ(137046, preset.volume);                                     // 13.7046 l
+    EXPECT_EQ(RawOf(19.99), CForecourt::Money(preset.volume - 1, preset.price));
+    EXPECT_EQ(RawOf(20), preset.authorised);
+    EXPECT_EQ(PRESET_MONEY, preset.presetType);
+
+    // The tank lost both sales of its grade, the hose's totals moved on.
+    CSimTank* tank = m.fc.Tank(preset.tankId);
+    EXPECT_EQ(RawOf(28500 - 6 - 0.6 - 1) - preset.volume, tank->volume);
+    CSimHose* hose = m.fc.Hose(preset.hoseId);
+    EXPECT_EQ(preset.volume, hose->volumeTotal - hose->prevVolumeTotal);
+    EXPECT_EQ(preset.volBefore, hose->prevVolumeTotal);
+    EXPECT_EQ(preset.moneyAfter, hose->moneyTotal);
+    EXPECT_EQ(4, m.sink.Count(TSimEvent::DBLogDelivery));
+    EXPECT_EQ(4, m.sink.Count(TSimEvent::DBHoseTotals));
+    EXPECT_EQ(4, m.sink.Count(TSimEvent::DBTankStatus));
+
+    // A price change reaches the grade's hoses; bad presets are refused.
+    EXPECT_EQ(SR_OK, m.fc.Grades().SetPrice(m.fc.Grade(preset.gradeId), 1, Money(1.5)));
+    CCur price;
+    EXPECT_EQ(SR_OK, m.fc.Hoses().GetPrice(hose, 1, &price));
+    EXPECT_EQ(RawOf(1.5), price.Value());
+    EXPECT_EQ(SR_NOT_FOUND, m.fc.Hoses().GetPrice(hose, 3, &price));
+    CSimPump& p3 = m.Pump(3);
+    EXPECT_EQ(SR_BAD_VALUE, m.Pumps().LoadPreset(&p3, PRESET_MONEY, Money(0), 0, 0));
+    EXPECT_EQ(SR_BAD_VALUE, m.Pumps().LoadPreset(&p3, 7, Money(5), 0, 0));
+    EXPECT_EQ(SR_BAD_VALUE, m.Pumps().LoadPreset(&p3, PRESET_VOLUME, Money(5), 3, 0));
+    EXPECT_EQ(SR_BAD_VALUE, m.Pumps().LoadPreset(&p3, PRESET_VOLUME, Money(5), 0, 5));   // 4 hoses
+}
+
+TEST(CForecourtPump, PrepayBelongsToTheReservingClient)
+{
+    Model m;
+    CSimPump& p = m.Pump(3);
+    EXPECT_EQ(SR_OK, m.Pumps().PrepayReserve(&p, 11));
+    EXPECT_EQ(SR_OK, m.Pumps().PrepayReserve(&p, 11));
+    EXPECT_EQ(SR_RESERVED_OTHER, m.Pumps().PrepayReserve(&p, 12));
+    EXPECT_EQ(SR_RESERVED_OTHER, m.Pumps().PreauthReserve(&p, 11));
+    EXPECT_EQ(SR_RESERVED_OTHER, m.Pumps().Authorise(&p));
+    EXPECT_EQ(SR_RESERVED_OTHER, m.Pumps().PrepayAuthorise(&p, 12, PRESET_MONEY, Money(10), 0, 0));
+    EXPECT_EQ(SR_BAD_VALUE, m.Pumps().PrepayAuthorise(&p, 11, PRESET_NONE, Money(0), 0, 0));
+    EXPECT_EQ(SR_RESERVED_OTHER, m.Pumps().PrepayCancel(&p, 12));
+    EXPECT_EQ(PS_RESERVED, m.fc.StateOf(p));
+
+    EXPECT_EQ(SR_OK, m.Pumps().PrepayAuthorise(&p, 11, PRESET_MONEY, Money(10), 0, 0));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    m.fc.Advance(3000);
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));   // the customer stopped early: a refund is due
+    CSimDelivery& d = m.Last(p);
+    EXPECT_EQ(DT_PREPAY, d.type);
+    EXPECT_EQ(11, d.reserveClient);
+    EXPECT_EQ(RawOf(10), d.authorised);
+    EXPECT_EQ(RawOf(10) - d.money, d.refund);
+    EXPECT_EQ(RES_NONE, p.reserveType);   // the reservation ends with its delivery
+    EXPECT_EQ(SR_NOT_RESERVED, m.Pumps().PrepayCancel(&p, 11));
+
+    // A reservation can be given up before anything flows.
+    EXPECT_EQ(SR_OK, m.Pumps().PreauthReserve(&p, 12));
+    EXPECT_EQ(SR_OK, m.Pumps().PreauthAuthorise(&p, 12, PRESET_VOLUME, Money(5), 0, 0));
+    EXPECT_EQ(SR_OK, m.Pumps().PreauthCancel(&p, 12));
+    EXPECT_EQ(PS_IDLE, m.fc.StateOf(p));
+}
+
+TEST(CForecourtPump, AttendantTagAndStackRules)
+{
+    Model m;
+    CSimPump& p = m.Pump(4);
+    CSimAttendant* alice = m.fc.Attendant(601);
+    ASSERT_NE(nullptr, alice);
+    EXPECT_EQ(SR_REFUSED, m.Pumps().AttendantAuthorise(&p, 601));   // not logged on
+    EXPECT_EQ(SR_REFUSED, m.fc.Attendants().Logon(alice, 9999));     // wrong PIN
+    EXPECT_EQ(SR_OK, m.fc.Attendants().Logon(alice, 1234));
+    EXPECT_EQ(SR_NOT_FOUND, m.Pumps().AttendantAuthorise(&p, 699));
+    EXPECT_EQ(SR_OK, m.Pumps().AttendantAuthorise(&p, 601));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    m.fc.Advance(1000);
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));
+    EXPECT_EQ(DT_ATTENDANT, m.Last(p).type);
+    EXPECT_EQ(601, m.Last(p).attendantId);
+    short on = 0, count = 0;
+    EXPECT_EQ(SR_OK, m.fc.Attendants().GetState(alice, &on, &count));
+    EXPECT_EQ(1, on);
+    EXPECT_EQ(1, count);
+    EXPECT_EQ(1, m.sink.Count(TSimEvent::DBAttendantLogon));
+
+    // Tags: an attendant's tag or a card client's card authorises, others do not.
+    EXPECT_EQ(SR_REFUSED, m.Pumps().TagAuthorise(&p, 123456, PRESET_NONE, Money(0), 0, 0));
+    EXPECT_EQ(SR_OK, m.Pumps().TagAuthorise(&p, 7001005550001LL, PRESET_NONE, Money(0), 0, 0));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    m.fc.Advance(500);
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));
+    EXPECT_EQ(7001005550001LL, m.Last(p).tag);
+
+    // Stack size 2: a third sale waits until one is paid; the previous sale is stacked
+    // when the next starts, or on request.
+    EXPECT_EQ(SR_STACK_FULL, m.Pumps().Authorise(&p));
+    std::vector<CSimDelivery*> unpaid = m.fc.Unpaid(p);
+    ASSERT_EQ(2u, unpaid.size());
+    EXPECT_EQ(DS_COMPLETED, unpaid[0]->state);
+    EXPECT_EQ(DS_STACKED, unpaid[1]->state);
+    EXPECT_EQ(SR_OK, m.fc.Clear(*unpaid[1], 11, CLEAR_CASH, false));
+    EXPECT_EQ(SR_OK, m.Pumps().StackCurrentDelivery(&p));
+    EXPECT_EQ(SR_NOT_FOUND, m.Pumps().StackCurrentDelivery(&p));
+    EXPECT_EQ(2, m.sink.Count(TSimEvent::DBStack));
+    EXPECT_EQ(SR_OK, m.Pumps().Authorise(&p));
+
+    long id = 0;
+    short hose = 0, state = 0;
+    EXPECT_EQ(SR_OK, m.Pumps().GetDeliveryProperties(&p, 0, &id, &hose, &state, nullptr, nullptr, nullptr, nullptr,
+                                                      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                      nullptr, nullptr, nullptr));
+    EXPECT_EQ(unpaid[0]->ID(), id);
+    EXPECT_EQ(DS_STACKED, state);
+    EXPECT_EQ(SR_NOT_FOUND, m.Pumps().GetDeliveryProperties(&p, 1, &id, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                             nullptr, nullptr, nullptr, nullptr, nullptr));
+}
+
+TEST(CForecourtDelivery, LocksBelongToOneClient)
+{
+    Model m;
+    CSimDelivery& d = m.Sale(1, 2000);
+    EXPECT_EQ(SR_OK, m.Deliveries().Lock(&d, 11));
+    EXPECT_EQ(SR_OK, m.Deliveries().Lock(&d, 11));
+    EXPECT_EQ(SR_LOCKED, m.Deliveries().Lock(&d, 12));
+    EXPECT_EQ(SR_LOCKED, m.Deliveries().Clear(&d, 12, CLEAR_CASH));
+    EXPECT_EQ(SR_LOCKED, m.Deliveries().LockAndClear(&d, 12, CLEAR_CASH));
+    EXPECT_EQ(SR_LOCKED, m.Deliveries().Unlock(&d, 12));
+    EXPECT_EQ(SR_OK, m.Deliveries().Unlock(&d, 11));
+    EXPECT_EQ(SR_OK, m.Deliveries().LockAndClear(&d, 12, CLEAR_CARD));
+    EXPECT_EQ(DS_CLEARED, d.state);
+    EXPECT_EQ(12, d.clearedBy);
+    EXPECT_EQ(SR_CLEARED, m.Deliveries().Clear(&d, 12, CLEAR_CARD));
+    EXPECT_EQ(SR_CLEARED, m.Deliveries().Lock(&d, 11));
+    EXPECT_EQ(1, m.sink.Count(TSimEvent::DBClear));
+
+    // A running delivery cannot be cleared; a pump test returns its fuel to the tank.
+    CSimPump& p = m.Pump(2);
+    EXPECT_EQ(SR_OK, m.Pumps().Authorise(&p));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 2));
+    m.fc.Advance(5000);
+    CSimDelivery& running = m.Last(p);
+    EXPECT_EQ(SR_RUNNING, m.Deliveries().Clear(&running, 11, CLEAR_CASH));
+    EXPECT_EQ(SR_RUNNING, m.Deliveries().AckDBLog(&running));
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));
+    CSimTank* tank = m.fc.Tank(running.tankId);
+    const Raw before = tank->volume;
+    EXPECT_EQ(SR_OK, m.Deliveries().Clear(&running, 11, CLEAR_PUMPTEST));
+    EXPECT_EQ(before + running.volume, tank->volume);
+}
+
+TEST(CForecourtDelivery, ListsFollowClearingAndAcknowledgements)
+{
+    Model m;
+    CSimDelivery& a = m.Sale(1, 1000);
+    CSimDelivery& b = m.Sale(2, 1000);
+    CSimDelivery& c = m.Sale(1, 1000);
+    CSimPump& p3 = m.Pump(3);
+    EXPECT_EQ(SR_OK, m.Pumps().Authorise(&p3));
+    EXPECT_EQ(SR_OK, m.fc.Lift(p3, 1));
+    m.fc.Advance(100);   // a fourth, still running
+
+    CDeliveriesIf& del = m.Deliveries();
+    auto count = [&](long (CDeliveriesIf::*f)(long*)) {
+        long n = -1;
+        EXPECT_EQ(SR_OK, (del.*f)(&n));
+        return n;
+    };
+    EXPECT_EQ(4, count(&CDeliveriesIf::AllCount));
+    EXPECT_EQ(4, count(&CDeliveriesIf::Count));
+    EXPECT_EQ(3, count(&CDeliveriesIf::CountNotLogged));   // the running one is not loggable yet
+    EXPECT_EQ(SR_OK, del.Clear(&b, 11, CLEAR_CASH));
+    EXPECT_EQ(SR_OK, del.AckDBLog(&a));
+    EXPECT_EQ(SR_OK, del.AckVolLog(&c));
+    EXPECT_EQ(3, count(&CDeliveriesIf::Count));
+    EXPECT_EQ(2, count(&CDeliveriesIf::CountNotLogged));
+    EXPECT_EQ(2, count(&CDeliveriesIf::CountNotVolLogged));
+    long id = 0;
+    EXPECT_EQ(SR_OK, del.GetIDByOrdinal(2, &id));
+    EXPECT_EQ(c.ID(), id);
+    EXPECT_EQ(SR_OK, del.GetIDByOrdinalNotLogged(1, &id));
+    EXPECT_EQ(b.ID(), id);
+    EXPECT_EQ(SR_OK, del.GetIDByOrdinalNotVolLogged(2, &id));
+    EXPECT_EQ(b.ID(), id);
+    EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(4, &id));
+    EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(0, &id));
+
+    // The filter: pump 1's deliveries, then only those not yet logged, then a date range
+    // that ends before anything finished.
+    const long any = -1;
+    long n = 0;
+    const CDate none;
+    EXPECT_EQ(SR_OK, del.CountFiltered(&n, a.pumpId, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, -1,
+                                       -1, any, any, -1, any, any, -1, none, none));
+    EXPECT_EQ(2, n);
+    EXPECT_EQ(SR_OK, del.CountFiltered(&n, a.pumpId, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, 0,
+                                       -1, any, any, -1, any, any, -1, none, none));
+    EXPECT_EQ(1, n);
+    EXPECT_EQ(SR_OK, del.GetIDByOrdinalFiletered(1, &id, a.pumpId, any, any, any, any, any, any, any, any, any, any,
+                                                 -1, -1, -1, 0, -1, any, any, -1, any, any, -1, none, none));
+    EXPECT_EQ(c.ID(), id);
+    EXPECT_EQ(SR_OK, del.CountFiltered(&n, any, any, any, any, DS_CLEARED, any, any, any, any, 11, any, -1, -1, -1, -1,
+                                       -1, any, any, -1, any, any, -1, none, none));
+    EXPECT_EQ(1, n);
+    EXPECT_EQ(SR_OK, del.CountFiltered(&n, any, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, -1, -1,
+                                       any, any, -1, any, any, -1, none, CDate(86400L)));
+    EXPECT_EQ(0, n);
+
+    // Only cleared deliveries may be deleted.
+    CSimDelivery* gone = &b;
+    EXPECT_TRUE(gone->CanDelete());
+    EXPECT_FALSE(a.CanDelete());
+}

@@ -1,0 +1,249 @@
+// kvsim on loopback ports, driven through the proxies: sessions, a sale with its events and
+// locks, event masks and registrations, reconnection and hostile clients.
+#include "wire_fixture.h"
+
+using namespace simtest;
+
+TEST(CSimServerWire, LogonSessionsAndSiteCalls)
+{
+    LiveServer s;
+    CControlLine control(s.ControlPort());
+    ASSERT_EQ("ok busy 2", control("busy 2"));
+    Pos a(s, 11), b(s, 12);
+    ASSERT_TRUE(a.process.OpenSockets());
+    a.Bind();
+    EXPECT_EQ(SERVER_BUSY_RESULT, a.client.Logon(11, CStr("POS Client")));
+    EXPECT_EQ(SERVER_BUSY_RESULT, a.client.Logon(11, CStr("POS Client")));
+    ASSERT_EQ(0, a.Logon());
+    ASSERT_EQ(0, b.Logon());
+    EXPECT_NE(a.session, b.session);
+    EXPECT_NE(-1, a.session);
+    long n = 0;
+    EXPECT_EQ(0, a.client.Count(&n));
+    EXPECT_EQ(2, n);
+
+    CStr text;
+    EXPECT_EQ(0, a.client.GetVersion(&text));
+    const std::string version = static_cast<char*>(text);
+    EXPECT_EQ("2,5,6,0", version.substr(version.size() - 7));   // the part the library compares
+    CDate now;
+    EXPECT_EQ(0, a.client.GetDateTime(11, &now));
+    EXPECT_LE(now.SecondsElapsed(), 5u);
+
+    // INI values live in the simulator's own copy; names that leave it are refused.
+    EXPECT_EQ(0, a.client.SetIniValue(11, CStr("Site"), CStr("Name"), CStr("Test station")));
+    EXPECT_EQ(0, b.client.GetIniValue(12, CStr("Site"), CStr("Name"), &text));
+    EXPECT_STREQ("Test station", static_cast<char*>(text));
+    EXPECT_EQ(0, b.client.GetIniValueEx(12, CStr("KVServer.ini"), CStr("Grade1"), CStr("ShortName"), &text));
+    EXPECT_STREQ("U95", static_cast<char*>(text));
+    EXPECT_EQ(SR_NOT_FOUND, b.client.GetIniValue(12, CStr("Site"), CStr("Nothing"), &text));
+    EXPECT_EQ(SR_BAD_VALUE, b.client.GetIniValueEx(12, CStr("../forecourt.ini"), CStr("Server"), CStr("x"), &text));
+    EXPECT_EQ(SR_BAD_VALUE, b.client.SetIniValue(12, CStr("A]"), CStr("k"), CStr("v")));
+
+    CStr states, hoses, unpaid;
+    EXPECT_EQ(0, a.client.GetAllPumpStatuses(11, &states, &hoses, &unpaid));
+    EXPECT_STREQ("11111111", static_cast<char*>(states));
+    short type = 0, status = -1;
+    long cardClient = 0, account = 0;
+    EXPECT_EQ(0, a.client.FindCard(11, CStr("7001001234567"), &type, &status, &cardClient, &text, &account));
+    EXPECT_EQ(701, cardClient);
+    EXPECT_EQ(0, status);
+    EXPECT_STREQ("Fleet One", static_cast<char*>(text));
+    EXPECT_EQ(0, a.client.FindCard(11, CStr("7009991"), &type, &status, &cardClient, &text, &account));
+    EXPECT_EQ(1, status);
+    EXPECT_EQ(SR_NOT_FOUND, a.client.FindCard(11, CStr("4111"), &type, &status, &cardClient, &text, &account));
+    long grade = 0;
+    CCur price;
+    EXPECT_EQ(0, a.client.GetPriceSignElement(11, 1, nullptr, &grade, nullptr, &price, nullptr, nullptr, nullptr));
+    EXPECT_EQ(301, grade);
+    EXPECT_EQ(RawOf(1.459), price.Value());
+    EXPECT_EQ(SR_NOT_FOUND, a.client.GetPriceSignElement(11, 40, nullptr, &grade, nullptr, &price, nullptr, nullptr,
+                                                         nullptr));
+
+    // After a logoff the session is gone: its calls answer -7.
+    EXPECT_EQ(0, b.client.Logoff(12));
+    EXPECT_EQ(0, a.client.Count(&n));
+    EXPECT_EQ(1, n);
+    EXPECT_EQ(NO_OBJECT_RESULT, b.client.GetSessionID(12, &b.session));
+}
+
+TEST(CSimServerWire, PresetSaleWithEventsAndLocks)
+{
+    LiveServer s(Fast());
+    CControlLine control(s.ControlPort());
+    Pos a(s, 11), b(s, 12);
+    ASSERT_EQ(0, a.Logon());
+    ASSERT_EQ(0, b.Logon());
+    const long pump = 101;
+    EXPECT_EQ(0, a.pump.LoadPreset(pump, PRESET_MONEY, Money(20), 0, 0));
+    EXPECT_EQ(PS_AUTHORISED, a.State(pump));
+    ASSERT_EQ("ok lift pump 1 Delivering", control("lift 1 1"));
+    ASSERT_TRUE(a.Until([&] { return a.State(pump) == PS_FINISHED; }));
+
+    // Both clients saw the states go by, the progress in between, and the delivery.
+    ASSERT_TRUE(a.Until([&] { return a.events->Count(17) >= 2; }));
+    ASSERT_TRUE(b.Until([&] { return b.events->Count(17) >= 2; }));
+    std::vector<short> seen;
+    for (const CCallLog::Call& c : a.events->calls)
+        if (c.function == 27 && c.first == pump && (seen.empty() || seen.back() != c.third))
+            seen.push_back(c.third);
+    EXPECT_EQ((std::vector<short>{PS_AUTHORISED, PS_DELIVERING, PS_FINISHED}), seen);
+    EXPECT_GT(a.events->Count(27), 4);   // progress events while delivering
+
+    long id = 0;
+    EXPECT_EQ(0, a.delivery.GetIDByOrdinal(1, &id));
+    CCur volume, money, unitPrice;
+    long state = 0;
+    EXPECT_EQ(0, a.delivery.GetEx(id, nullptr, nullptr, nullptr, nullptr, nullptr, &volume, &money, &unitPrice,
+                                  nullptr, &state, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                  nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(RawOf(20), money.Value());
+    EXPECT_EQ(137046, volume.Value());
+    EXPECT_EQ(DS_COMPLETED, state);
+
+    // Two POS clients compete for the delivery: the first lock wins.
+    EXPECT_EQ(0, a.delivery.Lock(id, 11));
+    EXPECT_EQ(SR_LOCKED, b.delivery.Lock(id, 12));
+    EXPECT_EQ(SR_LOCKED, b.delivery.Clear(id, 12, CLEAR_CASH));
+    EXPECT_EQ(0, a.delivery.Clear(id, 11, CLEAR_CASH));
+    EXPECT_EQ(SR_CLEARED, b.delivery.LockAndClear(id, 12, CLEAR_CASH));
+    long current = -1;
+    EXPECT_EQ(0, b.delivery.Count(&current));
+    EXPECT_EQ(0, current);
+    EXPECT_EQ("ok hang pump 1 Idle", control("hang 1"));
+    EXPECT_TRUE(b.Until([&] { return b.events->Count(17) >= 4; }));   // the lock and the clear
+}
+
+TEST(CSimServerWire, EventsFollowRegistrationAndMask)
+{
+    LiveServer s(Fast());
+    CControlLine control(s.ControlPort());
+    Pos pumps(s, 21), deliveries(s, 22), silent(s, 23);
+    ASSERT_EQ(0, pumps.Logon(true, false));
+    ASSERT_EQ(0, deliveries.Logon(true, true));
+    ASSERT_EQ(0, silent.Logon(false, false));
+    EXPECT_EQ(0, pumps.client.SetClientType(21, EV_PUMP | EV_CLIENT));
+    EXPECT_EQ(0, deliveries.client.SetClientType(22, EV_DELIVERY | EV_OLD_DELIVERY));
+    for (Pos* p : {&pumps, &deliveries, &silent}) {   // the logon events of the others
+        p->process.ProcessEvents();
+        p->events->calls.clear();
+    }
+
+    ASSERT_EQ("ok lift pump 7 Delivering", control("lift 7 1"));
+    usleep(100000);
+    ASSERT_EQ("ok hang pump 7 Idle", control("hang 7"));
+    EXPECT_EQ(0, silent.client.FireClientEvent(23, 77, CStr("hello")));
+    ASSERT_TRUE(deliveries.Until([&] { return deliveries.db->Count(21) >= 1; }));
+    ASSERT_TRUE(pumps.Until([&] { return pumps.events->Count(16) == 1; }));
+    silent.process.ProcessEvents();
+
+    // Pump events only, in the full form, and the client event.
+    EXPECT_GE(pumps.events->Count(27), 2);
+    EXPECT_EQ(pumps.events->Count(27) + 1, static_cast<int>(pumps.events->calls.size()));
+    EXPECT_TRUE(pumps.events->Has(16, 23));
+    EXPECT_TRUE(pumps.db->calls.empty());
+    // Delivery events only, in the older form, plus the database calls of a sale.
+    EXPECT_EQ(2, deliveries.events->Count(14));   // started, completed
+    EXPECT_EQ(2u, deliveries.events->calls.size());
+    EXPECT_EQ(1, deliveries.db->Count(13));       // log delivery
+    EXPECT_EQ(1, deliveries.db->Count(17));       // hose totals
+    EXPECT_TRUE(deliveries.db->Has(21, 401));     // tank 1's status
+    // Registered for nothing: nothing.
+    EXPECT_TRUE(silent.events->calls.empty());
+
+    // FireEvents sends the asking client every pump's state, and only to it.
+    const size_t before = deliveries.events->calls.size();
+    EXPECT_EQ(0, pumps.client.FireEvents(21));
+    ASSERT_TRUE(pumps.Until([&] { return pumps.events->Count(27) >= 10; }));
+    deliveries.process.ProcessEvents();
+    EXPECT_EQ(before, deliveries.events->calls.size());
+}
+
+TEST(CSimServerWire, ReconnectAfterADropAndHostileClients)
+{
+    LiveServer s;
+    CControlLine control(s.ControlPort());
+    Pos a(s, 31), b(s, 32);
+    ASSERT_EQ(0, a.Logon());
+    ASSERT_EQ(0, b.Logon());
+
+    // kvsim drops a's sockets; the session waits. New sockets resume it by its ID.
+    ASSERT_EQ("ok dropped client 31", control("drop 31"));
+    Pos again(s, 31, "again");
+    ASSERT_TRUE(again.process.OpenSockets());
+    again.Bind();
+    EXPECT_EQ(NO_SESSION_RESULT, again.client.Reconnect(31, a.session + 1));
+    EXPECT_EQ(0, again.client.Reconnect(31, a.session));
+    again.process.ConnectSockets();
+    long long session = 0;
+    EXPECT_EQ(0, again.client.GetSessionID(31, &session));
+    EXPECT_EQ(a.session, session);
+
+    // While the old sockets still look alive the answer is 60; they are closed, and the
+    // next try succeeds.
+    Pos third(s, 31, "third");
+    ASSERT_TRUE(third.process.OpenSockets());
+    third.Bind();
+    EXPECT_EQ(SOCKETS_INUSE_RESULT, third.client.Reconnect(31, a.session));
+    EXPECT_EQ(0, third.client.Reconnect(31, a.session));
+    EXPECT_EQ(CSocket::WAIT_DATA, again.process.EventsSocket()->WaitForSocketEvent(2000));
+    TIMsg msg;
+    EXPECT_EQ(CONNECTION_BROKEN, again.process.EventsSocket()->ReadMsg(&msg));
+
+    // Garbage on one connection drops that client alone.
+    CSocket junk(nullptr, CStr("127.0.0.1"), s.CallPort());
+    ASSERT_TRUE(junk.Open());
+    unsigned char bytes[40];
+    std::memset(bytes, 0xA5, sizeof bytes);
+    ASSERT_EQ(40, junk.Write(bytes, sizeof bytes));
+    EXPECT_FALSE(kvtest::Silent(junk.Descriptor(), 3000));   // closed by kvsim
+
+    // Requests the tables do not know, for objects that do not exist, and the reply flag
+    // of a port without a ZigBee coordinator.
+    struct CRaw : CClientInterface {
+        using CClientInterface::CClientInterface;
+        uint16_t ObjectType() const override { return IF_PUMP; }
+        uint16_t InterfaceVersion() const override { return 0; }
+    } raw(&b.process, b.process.CallSocket(), 32);
+    raw.InitPack(99, 101, false);
+    raw.EndPack();
+    raw.Call();
+    EXPECT_EQ(BAD_FUNCTION_RESULT, raw.Msg()->h.result);
+    EXPECT_EQ(NO_OBJECT_RESULT, b.pump.Authorise(999));
+    long long pan = 0, high = 0, low = 0;
+    long channels = 0;
+    EXPECT_EQ(SR_NOT_FOUND, b.port.GetZBConfig(501, &pan, &channels, &high, &low));
+    EXPECT_EQ(1, b.port.Msg()->h.flag);
+    EXPECT_EQ(0, b.port.GetZBConfig(503, &pan, &channels, &high, &low));
+    EXPECT_EQ(0x1A2B, pan);
+    EXPECT_EQ(2048, channels);
+    long n = 0;
+    EXPECT_EQ(0, b.client.Count(&n));
+    EXPECT_EQ(2, n);
+}
+
+TEST(CSimServerControl, CommandsAnswerOkOrErrorAndLongLinesEndTheConnection)
+{
+    LiveServer s;
+    CControlLine control(s.ControlPort());
+    EXPECT_EQ("error no pump 99", control("lift 99"));
+    EXPECT_EQ("error bad hose x", control("lift 1 x"));
+    EXPECT_EQ("error lift pump 1 Idle: result 2", control("lift 1 5"));
+    EXPECT_EQ("error flow in litres per second, 0 to 100", control("flow 500"));
+    EXPECT_EQ("ok flow 1.5", control("flow 1.5"));
+    EXPECT_EQ("error price <grade> <1|2> <price>", control("price 1 3 1.5"));
+    EXPECT_EQ("ok price grade 2 level 1 1.7", control("price 2 1 1.7"));
+    EXPECT_EQ("error tank <tank> <litres up to its capacity>", control("tank 1 99999"));
+    EXPECT_EQ("error client 5 has no open sockets", control("drop 5"));
+    EXPECT_EQ("error unknown command fly (try help)", control("fly"));
+    EXPECT_EQ("ok 0 sessions", control("clients"));
+    EXPECT_EQ("ok 0 deliveries", control("deliveries"));
+
+    // A line longer than the limit ends that connection; the port takes new ones.
+    CControlLine flood(s.ControlPort());
+    EXPECT_EQ("", flood(std::string(CControl::kMaxLine + 10, 'a')));
+    CControlLine next(s.ControlPort());
+    EXPECT_EQ("ok auto on", next("auto on"));
+    EXPECT_EQ("ok bye", next("quit"));
+    EXPECT_TRUE(s.server->Quit());
+}
