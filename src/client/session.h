@@ -37,7 +37,8 @@ public:
     CEvent* TakeHead();
 };
 
-class CKVCLProcess : public CClientProcess {
+// A struct, as the C API header declares it.
+struct CKVCLProcess : public CClientProcess {
 public:
     static constexpr const char* kVersion = "2,5,6,0";
     static constexpr const char* kClientName = "POS Client";
