@@ -184,7 +184,7 @@ long CClientsIf::FireEvents(CSimClient* c)
     for (long id : ids) {
         CSimEvent e{TSimEvent::Pump, id, 0, 0, CStr(""), {}};
         if (c->events && (c->mask & EV_PUMP) && !_server.SendTo(*c, e)) {
-            _server.DropClient(c->ID());
+            _server.DropUndelivered(c->ID());
             break;
         }
     }

@@ -56,10 +56,14 @@ void CSimServer::Emit(const CSimEvent& e)
     for (CSimClient* c : all)
         if (Wants(*c, e) && !SendTo(*c, e))
             drop.push_back(c->ID());
-    for (long id : drop) {
-        _trace->Log("Client %ld dropped: events not delivered", id);
-        DropClient(id);
-    }
+    for (long id : drop)
+        DropUndelivered(id);
+}
+
+void CSimServer::DropUndelivered(long clientId)
+{
+    _trace->Log("Client %ld dropped: events not delivered", clientId);
+    DropClient(clientId);
 }
 
 bool CSimServer::SendTo(CSimClient& c, const CSimEvent& e)

@@ -127,6 +127,8 @@ public:
     void Emit(const CSimEvent& e) override;
     // Sends one event to one client (FireEvents); false when its socket failed.
     bool SendTo(CSimClient& c, const CSimEvent& e);
+    // A client whose events connection takes no more: both its sockets go, its session stays.
+    void DropUndelivered(long clientId);
 
     void ClientConnected(long clientId) override;
     void ClientDisconnected(long clientId) override;

@@ -284,3 +284,24 @@ TEST(CSimServerWire, GenericCreateLookupAndDelete)
     EXPECT_EQ(7, count);
     EXPECT_EQ("ok hang pump 8 Idle", control("hang 8"));
 }
+
+TEST(CSimServerWire, AClientThatStopsReadingItsEventsIsDropped)
+{
+    LiveServer s;
+    Pos reader(s, 14), staller(s, 15);
+    ASSERT_EQ(0, reader.Logon());
+    ASSERT_EQ(0, staller.Logon());
+    // Every FireEvents queues eight pump events for the staller, which never reads them:
+    // once its connection holds no more, kvsim gives up on it.
+    long r = 0;
+    for (int i = 0; i < 2000 && r == 0; ++i)
+        r = staller.client.FireEvents(15);
+    EXPECT_NE(0, r);
+    EXPECT_NE(std::string::npos, kvtest::LogText(*s.server).find("Client 15 dropped: events not delivered"));
+    // The session stays for a reconnect; the other client is served as before.
+    long n = 0;
+    EXPECT_EQ(0, reader.client.Count(&n));
+    EXPECT_EQ(2, n);
+    EXPECT_EQ(0, reader.client.FireEvents(14));
+    EXPECT_TRUE(reader.Until([&] { return reader.events->Count(27) >= 8; }));
+}
