@@ -46,13 +46,14 @@ fuzz:
 	cmake --build build/fuzz -j$(JOBS) --target fuzz_seeds fuzz_readmsg fuzz_processmsg
 	FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run.sh build/fuzz
 
-# Transport and events benchmarks (Google Benchmark, Release, x86_64): pinned to CPU 0, then unpinned.
+# API, transport and events benchmarks (Google Benchmark, Release, x86_64): pinned to CPU 0,
+# then unpinned.
 BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 bench:
 	@tools/deps.sh base bench
 	cmake -S . -B build/bench -DKV_BENCH=ON -DKV_TESTS=OFF -DCMAKE_BUILD_TYPE=Release >/dev/null
-	cmake --build build/bench -j$(JOBS) --target bench_transport bench_events
-	@for b in bench_transport bench_events; do \
+	cmake --build build/bench -j$(JOBS) --target bench_transport bench_events bench_api
+	@for b in bench_api bench_transport bench_events; do \
 		echo "== $$b pinned: taskset -c 0 (client and server threads share one CPU)"; \
 		taskset -c 0 build/bench/bench/$$b $(BENCH_ARGS) || exit 1; \
 		echo "== $$b unpinned"; \
