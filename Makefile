@@ -53,9 +53,9 @@ fuzz:
 	cmake --build build/fuzz -j$(JOBS) --target fuzz_seeds fuzz_readmsg fuzz_processmsg
 	FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run.sh build/fuzz
 
-# Transport, events and simulator benchmarks (Google Benchmark, Release, x86_64): pinned to
-# CPU 0, then unpinned.
-BENCHES = bench_transport bench_events bench_kvsim
+# API, transport, events and simulator benchmarks (Google Benchmark, Release, x86_64): pinned
+# to CPU 0, then unpinned.
+BENCHES = bench_api bench_transport bench_events bench_kvsim
 BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 bench:
 	@tools/deps.sh base bench

@@ -14,8 +14,7 @@
 #include <thread>
 #include <utility>
 
-#include <benchmark/benchmark.h>
-
+#include "bench_util.h"
 #include "client/records.h"
 #include "client/session.h"
 #include "kvclient.h"
@@ -25,33 +24,6 @@
 namespace {
 
 constexpr long kClientId = 7;
-
-// A fresh working directory for the session's Log/ files, left and removed at the end.
-class CWorkDir {
-public:
-    CWorkDir()
-    {
-        char pattern[] = "/tmp/kvbenchevXXXXXX";
-        if (const char* p = mkdtemp(pattern)) {
-            _path = p;
-            char old[4096];
-            _old = getcwd(old, sizeof old) ? old : "/tmp";
-            _ok = chdir(p) == 0 && mkdir("Log", 0755) == 0;
-        }
-    }
-    ~CWorkDir()
-    {
-        if (!_old.empty() && chdir(_old.c_str()) != 0)
-            std::perror("chdir");
-        std::error_code ec;
-        std::filesystem::remove_all(_path, ec);
-    }
-    bool Ok() const { return _ok; }
-
-private:
-    std::string _path, _old;
-    bool _ok = false;
-};
 
 // The server's end of a client's events interface.
 class CEventsOut : public CClientInterface {
@@ -84,7 +56,7 @@ std::unique_ptr<CPumpEvent> SampleEvent()
 // after that the benchmark's thread does both ends, so the figure is the whole cost of an
 // event, the server's packing and sending included, without thread hand-offs.
 struct CEventsRig {
-    CWorkDir dir;
+    kvbench::CWorkDir dir;
     CServerProcess server{"benchserver", "bench server", 0, 0, 1000};
     std::unique_ptr<CPumpEvent> event = SampleEvent();
     std::unique_ptr<CKVCLProcess> session;

@@ -2,78 +2,25 @@
 // trip over loopback TCP to a serving process, and the same bytes as a raw blocking TCP
 // ping-pong, so that the framework's overhead reads as a ratio. Heap allocations are counted
 // by the replacement operator new below and reported per call.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <map>
 #include <memory>
-#include <new>
-#include <set>
 #include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
-#include <benchmark/benchmark.h>
-
+#include "bench_alloc.h"
+#include "bench_util.h"
 #include "rpc/method.h"
 #include "rpc/process.h"
 #include "rpc/serverif.h"
 #include "rpc/socket.h"
 
-// ---- allocation counting: every thread, and the calling thread alone ----
-
 namespace {
-std::atomic<long> gAllocations{0};
-thread_local long tAllocations = 0;
 
-__attribute__((noinline)) void* Take(std::size_t n)
-{
-    gAllocations.fetch_add(1, std::memory_order_relaxed);
-    ++tAllocations;
-    if (void* p = std::malloc(n ? n : 1))
-        return p;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void GiveBack(void* p) { std::free(p); }
-}  // namespace
-
-void* operator new(std::size_t n) { return Take(n); }
-void* operator new[](std::size_t n) { return Take(n); }
-void operator delete(void* p) noexcept { GiveBack(p); }
-void operator delete(void* p, std::size_t) noexcept { GiveBack(p); }
-void operator delete[](void* p) noexcept { GiveBack(p); }
-void operator delete[](void* p, std::size_t) noexcept { GiveBack(p); }
-
-namespace {
+using kvbench::gAllocations;
+using kvbench::tAllocations;
 
 constexpr long kClientId = 7;
-
-class CTempDir {
-public:
-    CTempDir()
-    {
-        char pattern[] = "/tmp/kvbenchXXXXXX";
-        if (const char* p = mkdtemp(pattern))
-            _path = p;
-    }
-    ~CTempDir()
-    {
-        std::error_code ec;
-        std::filesystem::remove_all(_path, ec);
-    }
-    std::string operator/(const char* name) const { return _path + "/" + name; }
-
-private:
-    std::string _path;
-};
 
 class CPumpProxy : public CClientInterface {
 public:
@@ -149,8 +96,8 @@ public:
 
 // A server process with its loop on a thread of its own, and one connected client.
 struct CCallRig {
-    CTempDir dir;
-    CServerProcess server{(dir / "server").c_str(), "bench server", 0, 0, 1000};
+    kvbench::CWorkDir dir;
+    CServerProcess server{"server", "bench server", 0, 0, 1000};
     std::atomic<bool> stop{false};
     std::thread loop;
     std::unique_ptr<CBenchClient> client;
@@ -164,7 +111,7 @@ struct CCallRig {
             while (!stop)
                 server.RunOnce(10);
         });
-        client = std::make_unique<CBenchClient>(dir / "client", server.BoundCallPort(), server.BoundEventsPort());
+        client = std::make_unique<CBenchClient>("client", server.BoundCallPort(), server.BoundEventsPort());
         if (client->OpenSockets())
             client->ConnectSockets();
     }
@@ -211,97 +158,15 @@ BENCHMARK(BM_CallCount)->UseRealTime()->MeasureProcessCPUTime();
 
 // ---- the same bytes, raw: blocking loopback TCP, one send and one full read each way ----
 
-bool ReadFull(int fd, char* p, size_t n)
-{
-    while (n > 0) {
-        const ssize_t r = recv(fd, p, n, 0);
-        if (r <= 0)
-            return false;
-        p += r;
-        n -= static_cast<size_t>(r);
-    }
-    return true;
-}
-
 void BM_RawTcpPingPong(benchmark::State& st)
 {
     const size_t size = static_cast<size_t>(st.range(0));
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    if (bind(listener, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || listen(listener, 1) != 0 ||
-        getsockname(listener, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {
-        close(listener);
-        st.SkipWithError("no listener");
-        return;
-    }
-    std::thread echo([listener, size] {
-        const int fd = accept(listener, nullptr, nullptr);
-        char buf[kMsgHeaderSize + kMsgDataSize];
-        while (fd >= 0 && ReadFull(fd, buf, size) && send(fd, buf, size, MSG_NOSIGNAL) == static_cast<ssize_t>(size)) {
-        }
-        if (fd >= 0)
-            close(fd);
-    });
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
-        st.SkipWithError("no connection");
-    } else {
-        char buf[kMsgHeaderSize + kMsgDataSize] = {1};
-        for (auto _ : st) {
-            if (send(fd, buf, size, MSG_NOSIGNAL) != static_cast<ssize_t>(size) || !ReadFull(fd, buf, size)) {
-                st.SkipWithError("ping-pong broken");
-                break;
-            }
-        }
-        st.counters["round trips/s"] = benchmark::Counter(static_cast<double>(st.iterations()), benchmark::Counter::kIsRate);
-    }
-    close(fd);
-    echo.join();
-    close(listener);
+    char bytes[kMsgHeaderSize + kMsgDataSize] = {1};
+    kvbench::CRawPingPong raw(bytes, size, bytes, size);
+    kvbench::RoundTrips(st, raw);
 }
 // 24 + 6 bytes: the size of a Count request and of its reply.
 BENCHMARK(BM_RawTcpPingPong)->Arg(kMsgHeaderSize + 6)->UseRealTime()->MeasureProcessCPUTime();
-
-// Prints the table as usual and, at the end, the call's cost over the raw ping-pong.
-class CRatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        // With repetitions the median stands for the benchmark, else its one run.
-        for (const Run& r : runs) {
-            if (r.error_occurred)
-                continue;
-            const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
-            if (median || (r.run_type == Run::RT_Iteration && !_median.count(r.run_name.function_name)))
-                _ns[r.run_name.function_name] = {r.GetAdjustedRealTime(), r.GetAdjustedCPUTime()};
-            if (median)
-                _median.insert(r.run_name.function_name);
-        }
-    }
-    void Finalize() override
-    {
-        ConsoleReporter::Finalize();
-        auto call = _ns.find("BM_CallCount");
-        auto raw = _ns.find("BM_RawTcpPingPong");
-        if (call == _ns.end() || raw == _ns.end() || raw->second.real <= 0 || raw->second.cpu <= 0)
-            return;
-        const Times& c = call->second;
-        const Times& r = raw->second;
-        std::printf("Round trip, real time: Call %.0f ns, raw TCP %.0f ns, ratio %.2f\n", c.real, r.real, c.real / r.real);
-        std::printf("Round trip, process CPU time: Call %.0f ns, raw TCP %.0f ns, ratio %.2f\n", c.cpu, r.cpu, c.cpu / r.cpu);
-    }
-
-private:
-    struct Times {
-        double real, cpu;
-    };
-    std::map<std::string, Times> _ns;
-    std::set<std::string> _median;
-};
 
 }  // namespace
 
@@ -310,7 +175,7 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 1;
-    CRatioReporter reporter;
+    kvbench::CRatioReporter reporter({{"BM_CallCount", "BM_RawTcpPingPong"}});
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;

@@ -424,8 +424,12 @@ bool CClientInterface::DrainStale()
     CProcess* process = Process();
     int drained = 0;
     for (; drained < kMaxDrained; ++drained) {
-        if (Using(_socket, [&] { return _socket->ReadMsg(_msg); }) != 0) {
-            Using(_socket, [&] { return _socket->CheckForManagementFtn(); });
+        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
+        if (r != 0) {
+            // Nothing was waiting a moment ago, so the management check would begin by
+            // finding nothing too: it is needed only after a failed read.
+            if (r != NO_MESSAGE_RESULT)
+                Using(_socket, [&] { return _socket->CheckForManagementFtn(); });
             Using(_socket, [&] { return _socket->WriteFlush(); });
             break;
         }

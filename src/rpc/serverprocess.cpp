@@ -68,10 +68,12 @@ int CServerProcess::RunOnce(long waitMs) {
     std::vector<PollEntry> entries = std::move(_pollEntries);
     fds.clear();
     entries.clear();
+    bool buffered = false;   // a socket holds bytes received already, which poll() cannot see
     auto add = [&](CSocket* s, TPort port, bool listener) {
         if (!s->IsOpen()) return;
         fds.push_back(pollfd{s->Descriptor(), static_cast<short>(POLLIN | POLLPRI), 0});
         entries.push_back(PollEntry{s, port, listener});
+        buffered = buffered || s->Buffered() > 0;
     };
     add(_callListener, CALL_PORT, true);
     add(_eventsListener, EVENTS_PORT, true);
@@ -80,16 +82,16 @@ int CServerProcess::RunOnce(long waitMs) {
     for (CElement<CSocket, CSocket>* e = _eventsSockets.Head(); e; e = e->Next())
         add(static_cast<CSocket*>(e), EVENTS_PORT, false);
 
-    int timeout = waitMs < 0 ? 0 : (waitMs > INT_MAX ? INT_MAX : static_cast<int>(waitMs));
+    int timeout = buffered || waitMs < 0 ? 0 : (waitMs > INT_MAX ? INT_MAX : static_cast<int>(waitMs));
     int ready;
     do {
         ready = poll(fds.data(), fds.size(), timeout);
     } while (ready < 0 && errno == EINTR);
 
     int handled = 0;
-    for (size_t i = 0; ready > 0 && i < fds.size(); ++i) {
-        if (!fds[i].revents) continue;
+    for (size_t i = 0; (ready > 0 || buffered) && i < fds.size(); ++i) {
         const PollEntry& e = entries[i];
+        if (!fds[i].revents && (e.listener || e.socket->Buffered() == 0)) continue;
         if (e.listener) {
             AcceptAll(static_cast<CServerSocket*>(e.socket), e.port);
             ++handled;
@@ -124,7 +126,9 @@ void CServerProcess::AcceptAll(CServerSocket* listener, TPort port) {
 // Reads and serves what is waiting on one socket. Returns the number of messages handled.
 int CServerProcess::ServeSocket(CSocket* s, TPort port) {
     int handled = 0;
-    for (int i = 0; i < kMaxMessagesPerPass && s->IsOpen(); ++i) {
+    // After the first message, read on only while the last receive may have left bytes
+    // behind; anything arriving later shows in the next poll().
+    for (int i = 0; i < kMaxMessagesPerPass && s->IsOpen() && (i == 0 || s->MayHaveMore()); ++i) {
         TIMsg msg;
         s->Use();
         int r = s->ReadMsg(&msg);

@@ -104,6 +104,8 @@ void CSocket::Close() {
     if (_fd >= 0) ::close(_fd);
     _fd = -1;
     _pingState = PING_IDLE;
+    _rxBegin = _rxEnd = 0;   // what was received over the old connection is gone with it
+    _rxDrained = false;
 }
 
 void CSocket::SaveError(int line, const char* file) {
@@ -230,16 +232,40 @@ int CSocket::CanWrite(long ms) {
     return -1;
 }
 
+long CSocket::TakeBuffered(char* to, long n) {
+    long k = Buffered() < n ? Buffered() : n;
+    std::memcpy(to, _rx + _rxBegin, static_cast<size_t>(k));
+    _rxBegin += static_cast<int>(k);
+    if (_rxBegin == _rxEnd) _rxBegin = _rxEnd = 0;
+    return k;
+}
+
+// One receive into the empty buffer, without waiting.
+long CSocket::Receive() {
+    ssize_t r = recv(_fd, _rx, sizeof _rx, MSG_DONTWAIT);
+    if (r > 0) {
+        _rxEnd = static_cast<int>(r);
+        _rxDrained = r < static_cast<ssize_t>(sizeof _rx);
+    } else if (r < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+        _rxDrained = true;
+    }
+    return r;
+}
+
+// Bytes already buffered are taken first; the system is asked only for what is missing,
+// and then for as much as the buffer holds.
 long CSocket::Read(void* buf, long n, bool wait) {
     if (_fd < 0) return -1;
     if (n <= 0) return 0;
     CInUse use(this);
     char* p = static_cast<char*>(buf);
-    long got = 0;
+    long got = TakeBuffered(p, n);
+    if (got == n) return n;
     for (int pass = 1;; ++pass) {
-        ssize_t r = recv(_fd, p + got, static_cast<size_t>(n - got), 0);
+        // The buffer is empty here: a read that is still short has taken all of it.
+        long r = Receive();
         if (r > 0) {
-            got += r;
+            got += TakeBuffered(p + got, n - got);
             if (got == n) return n;
         } else if (r == 0) {
             errno = ENOTCONN;   // the peer closed the connection
@@ -285,12 +311,14 @@ long CSocket::BytesInRxBuff() {
         SaveError(__LINE__, kFile);
         return -1;
     }
-    return n;
+    return n + Buffered();
 }
 
 int CSocket::Flush() {
     long n = BytesInRxBuff();
     if (n < 0) return -1;
+    n -= Buffered();
+    _rxBegin = _rxEnd = 0;
     char sink[512];
     while (n > 0) {
         ssize_t r = recv(_fd, sink, n < static_cast<long>(sizeof sink) ? static_cast<size_t>(n) : sizeof sink, 0);
@@ -308,6 +336,10 @@ int CSocket::Flush() {
 int CSocket::WaitForSocketEvent(long ms, CSocket** which, bool, bool) {
     if (_fd < 0) return WAIT_FAILED;
     if (!_synchronous) return WAIT_NOT_SYNCHRONOUS;
+    if (Buffered() > 0) {   // received already: the system would not report it again
+        if (which) *which = this;
+        return WAIT_DATA;
+    }
     short rev = 0;
     int r = PollOne(_fd, POLLIN | POLLPRI, ms, &rev);
     if (r < 0) {
@@ -360,15 +392,7 @@ int CSocket::Send(TIMsg* msg) {
     if (msg->h.length > kMsgDataSize) return SHORT_WRITE_RESULT;
     CInUse use(this);
     long size = msg->WireSize();
-    if (!_queued) {
-        int w = CanWrite(_parent.WriteTimeout());
-        if (w < 0) return CONNECTION_BROKEN;
-        if (w == 0) return TIMEOUT_RESULT;
-        long n = Write(msg, size);
-        if (n < 0) return CONNECTION_BROKEN;
-        if (n < size) return SHORT_WRITE_RESULT;
-        return 0;
-    }
+    if (!_queued) return WriteWhole(msg, size);
     int r = WriteFlush();
     if (r == NO_MESSAGE_RESULT) {
         _queue.Append(new CSocketMsg(msg));
@@ -401,16 +425,25 @@ int CSocket::WriteFlush() {
     return 0;
 }
 
+// One write of the whole buffer. Only when the system has no room for it at all does the
+// socket wait, at most the write timeout, for room, and write once more.
+int CSocket::WriteWhole(const void* buf, long n) {
+    long written = Write(buf, n);
+    if (written == 0) {
+        int w = CanWrite(_parent.WriteTimeout());
+        if (w < 0) return CONNECTION_BROKEN;
+        if (w == 0) return TIMEOUT_RESULT;
+        written = Write(buf, n);
+    }
+    if (written < 0) return CONNECTION_BROKEN;
+    if (written < n) return SHORT_WRITE_RESULT;
+    return 0;
+}
+
 int CSocket::ManagementFtn(uint8_t code, long a, long b) {
     TIMsgHeader h;
     BuildManagement(&h, code, a, b);
-    int w = CanWrite(_parent.WriteTimeout());
-    if (w < 0) return CONNECTION_BROKEN;
-    if (w == 0) return TIMEOUT_RESULT;
-    long n = Write(&h, kMsgHeaderSize);
-    if (n < 0) return CONNECTION_BROKEN;
-    if (n < kMsgHeaderSize) return SHORT_WRITE_RESULT;
-    return 0;
+    return WriteWhole(&h, kMsgHeaderSize);
 }
 
 bool CSocket::IsSocketDisconnectedFtn(const TIMsg* msg) {

@@ -49,6 +49,11 @@ public:
 
     void Close();
     bool IsOpen() const { return _fd >= 0; }
+    // Bytes received from the system but not yet taken by a read.
+    long Buffered() const { return _rxEnd - _rxBegin; }
+    // False when nothing is buffered and the last receive left nothing behind in the
+    // system: a further read now would find nothing, short of new bytes arriving.
+    bool MayHaveMore() const { return Buffered() > 0 || !_rxDrained; }
     int Descriptor() const { return _fd; }
     bool Synchronous() const { return _synchronous != 0; }
     void SetSynchronous(bool on) { _synchronous = on ? 1 : 0; }
@@ -92,6 +97,9 @@ public:
 
 protected:
     bool NewDescriptor();
+    long TakeBuffered(char* to, long n);
+    long Receive();
+    int WriteWhole(const void* buf, long n);                 // 0, -13, -14, -17
 
     int _fd;
     int _lastError;
@@ -110,6 +118,15 @@ protected:
     CTimer _rxTimer;
     CStr _clientName;
     long _clientId;
+
+private:
+    // One receive takes whatever the system holds, up to this room, so a header and its
+    // body, or several small messages, cost one system call. Every read goes through it.
+    static constexpr int kRxRoom = 4096;
+    char _rx[kRxRoom];
+    int _rxBegin = 0;
+    int _rxEnd = 0;
+    bool _rxDrained = false;
 };
 
 class CServerSocket : public CSocket {
