@@ -160,7 +160,10 @@ public:
         for (const Run& r : runs) {
             if (r.error_occurred)
                 continue;
-            const std::string name = r.run_name.function_name;
+            // Benchmarks with arguments are named "function/arguments", without only "function".
+            std::string name = r.run_name.function_name;
+            if (!r.run_name.args.empty())
+                name += "/" + r.run_name.args;
             const bool median = r.run_type == Run::RT_Aggregate && r.aggregate_name == "median";
             if (median || (r.run_type == Run::RT_Iteration && !_median.count(name)))
                 _ns[name] = {r.GetAdjustedRealTime(), r.GetAdjustedCPUTime()};

@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -106,6 +107,8 @@ void CSocket::Close() {
     _pingState = PING_IDLE;
     _rxBegin = _rxEnd = 0;   // what was received over the old connection is gone with it
     _rxDrained = false;
+    _waitInReceive = false;
+    _receiveTimeoutMs = 0;
 }
 
 void CSocket::SaveError(int line, const char* file) {
@@ -218,6 +221,9 @@ bool CSocket::Open() {
         Close();
         return false;
     }
+    // Connected: from here on the calls that must not block ask for it one by one.
+    int flags = stream ? fcntl(_fd, F_GETFL, 0) : -1;
+    _waitInReceive = flags >= 0 && fcntl(_fd, F_SETFL, flags & ~O_NONBLOCK) == 0;
     return true;
 }
 
@@ -288,7 +294,7 @@ long CSocket::Write(const void* buf, long n, bool) {
     if (_fd < 0) return -1;
     CInUse use(this);
     // MSG_NOSIGNAL: a peer that has gone away yields EPIPE, never SIGPIPE.
-    ssize_t r = send(_fd, buf, static_cast<size_t>(n), MSG_NOSIGNAL);
+    ssize_t r = send(_fd, buf, static_cast<size_t>(n), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (r >= 0) return r;
     switch (errno) {
     case EAGAIN:
@@ -321,7 +327,8 @@ int CSocket::Flush() {
     _rxBegin = _rxEnd = 0;
     char sink[512];
     while (n > 0) {
-        ssize_t r = recv(_fd, sink, n < static_cast<long>(sizeof sink) ? static_cast<size_t>(n) : sizeof sink, 0);
+        ssize_t r = recv(_fd, sink, n < static_cast<long>(sizeof sink) ? static_cast<size_t>(n) : sizeof sink,
+                         MSG_DONTWAIT);
         if (r == 0) break;
         if (r < 0) {
             if (errno == EAGAIN || errno == EWOULDBLOCK) break;
@@ -340,6 +347,13 @@ int CSocket::WaitForSocketEvent(long ms, CSocket** which, bool, bool) {
         if (which) *which = this;
         return WAIT_DATA;
     }
+    if (_waitInReceive && ms > 0) {
+        int w = WaitByReceiving(ms);
+        if (w != WAIT_FAILED) {
+            if (w == WAIT_DATA && which) *which = this;
+            return w;
+        }
+    }
     short rev = 0;
     int r = PollOne(_fd, POLLIN | POLLPRI, ms, &rev);
     if (r < 0) {
@@ -357,6 +371,29 @@ int CSocket::WaitForSocketEvent(long ms, CSocket** which, bool, bool) {
         return WAIT_EXCEPTION;
     }
     return WAIT_FAILED;
+}
+
+// The wait of a blocking connection: one receive into the empty buffer that returns when
+// bytes arrive, the peer closes (the read that follows reports it) or the time-out passes.
+// WAIT_FAILED leaves the wait to poll(): an interrupted receive, or no time-out to be had.
+int CSocket::WaitByReceiving(long ms) {
+    if (ms != _receiveTimeoutMs) {
+        timeval tv{static_cast<time_t>(ms / 1000), static_cast<suseconds_t>(ms % 1000 * 1000)};
+        if (setsockopt(_fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv) < 0) return WAIT_FAILED;
+        _receiveTimeoutMs = ms;
+    }
+    CInUse use(this);
+    _rxBegin = 0;
+    ssize_t r = recv(_fd, _rx, sizeof _rx, 0);
+    if (r > 0) {
+        _rxEnd = static_cast<int>(r);
+        _rxDrained = r < static_cast<ssize_t>(sizeof _rx);
+        return WAIT_DATA;
+    }
+    if (r == 0) return WAIT_DATA;
+    if (errno == EAGAIN || errno == EWOULDBLOCK) return WAIT_TIMEOUT;
+    if (errno == EINTR) return WAIT_FAILED;
+    return WAIT_DATA;   // as poll() would report an error: the read that follows meets it
 }
 
 int CSocket::ReadMsg(TIMsg* msg) {

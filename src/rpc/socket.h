@@ -127,6 +127,12 @@ private:
     int _rxBegin = 0;
     int _rxEnd = 0;
     bool _rxDrained = false;
+    // An outgoing connection is left blocking once connected, and every read and write
+    // that must not wait says so itself: a wait for data is then the receive itself, with
+    // the time-out as the receive time-out, and costs no poll().
+    bool _waitInReceive = false;
+    long _receiveTimeoutMs = 0;
+    int WaitByReceiving(long ms);
 };
 
 class CServerSocket : public CSocket {

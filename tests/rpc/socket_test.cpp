@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <chrono>
 #include <thread>
 
 #include "net_fixture.h"
@@ -290,7 +291,12 @@ TEST(CSocketOpen, ConnectsRefusesAndWaits) {
         if (accepted < 0) usleep(10000);
     }
     ASSERT_GE(accepted, 0);
+    // The wait lasts its time-out, while a read that must not wait returns at once.
+    auto start = Clock::now();
     EXPECT_EQ(s.WaitForSocketEvent(20), CSocket::WAIT_TIMEOUT);
+    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(15));
+    char none[4];
+    EXPECT_EQ(s.Read(none, sizeof none, false), 0);
     TIMsgHeader h = Management(MFTN_PONG, 0, 0);
     ASSERT_TRUE(WriteAll(accepted, &h, sizeof h));
     CSocket* which = nullptr;
@@ -298,7 +304,15 @@ TEST(CSocketOpen, ConnectsRefusesAndWaits) {
     EXPECT_EQ(which, &s);
     s.SetSynchronous(false);
     EXPECT_EQ(s.WaitForSocketEvent(0), CSocket::WAIT_NOT_SYNCHRONOUS);
+    s.SetSynchronous(true);
+    TIMsg msg;
+    EXPECT_EQ(s.ReadMsg(&msg), 0);
+    // A peer that closes ends the wait; the read after it reports the broken connection.
     close(accepted);
+    start = Clock::now();
+    EXPECT_EQ(s.WaitForSocketEvent(5000), CSocket::WAIT_DATA);
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(s.ReadMsg(&msg), CONNECTION_BROKEN);
 
     // Nothing listens any more on that port.
     listener.Close();
