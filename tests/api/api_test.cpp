@@ -37,38 +37,21 @@ struct Row {
     }
 
 const Row kRows[] = {
-    ROW(CALLS, AllStop),
-    ROW(CALLS, AllAuthorise),
-    ROW(CALLS, AllReAuthorise),
-    ROW(CALLS, AllStopIfIdle),
-    ROW(CALLS, ReadAllTanks),
-    ROW(CALLS, SetNextDeliveryID, 5),
-    ROW(CALLS, GetClientsCount, &g_long),
-    ROW(CALLS, GetClientType, &g_long),
-    ROW(CALLS, SetClientType, 3143),
-    ROW(CALLS, GetDateTime, &g_long),
-    ROW(CALLS, SetDateTime, 1700000000),
-    ROW(CALLS, GetIniValue, "s", "k", g_text),
-    ROW(CALLS, SetIniValue, "s", "k", "v"),
-    ROW(CALLS, GetIniValueEx, "f", "s", "k", g_text),
-    ROW(CALLS, SetIniValueEx, "f", "s", "k", "v"),
-    ROW(CALLS, GetAllPumpStatuses, g_text, g_text, g_text),
+    ROW(CALLS, AllStop), ROW(CALLS, AllAuthorise), ROW(CALLS, AllReAuthorise), ROW(CALLS, AllStopIfIdle),
+    ROW(CALLS, ReadAllTanks), ROW(CALLS, SetNextDeliveryID, 5), ROW(CALLS, GetClientsCount, &g_long),
+    ROW(CALLS, GetClientType, &g_long), ROW(CALLS, SetClientType, 3143), ROW(CALLS, GetDateTime, &g_long),
+    ROW(CALLS, SetDateTime, 1700000000), ROW(CALLS, GetIniValue, "s", "k", g_text),
+    ROW(CALLS, SetIniValue, "s", "k", "v"), ROW(CALLS, GetIniValueEx, "f", "s", "k", g_text),
+    ROW(CALLS, SetIniValueEx, "f", "s", "k", "v"), ROW(CALLS, GetAllPumpStatuses, g_text, g_text, g_text),
     ROW(CALLS, GetTCPIPConfig, g_text, g_text, g_text, g_text, &g_short, g_text),
-    ROW(UNCHECKED, SetTCPIPConfig, "a", "b", "c", "d", 1, "e"),
-    ROW(UNCHECKED, WDReset),
+    ROW(UNCHECKED, SetTCPIPConfig, "a", "b", "c", "d", 1, "e"), ROW(UNCHECKED, WDReset),
     ROW(CALLS, FindCard, "card", &g_short, &g_short, &g_long, g_text, &g_long),
     ROW(CALLS, GetCardType, "card", &g_short, &g_long, g_text, &g_long),
     ROW(CALLS, SetPriceSignElement, 1, 2, 3, 4, 1.5, 6, 7, 8),
     ROW(CALLS, GetPriceSignElement, 1, &g_short, &g_long, &g_short, &g_double, &g_short, &g_short, &g_short),
-    ROW(STATUS, FireClientEvent, 4, "text"),
-    ROW(STATUS, ClientStatus, &g_short, &g_short),
-    ROW(CALLS, ServerVersion, g_text),
-    ROW(CALLS, FireEvents),
-    ROW(TEST, TestConnection),
-    ROW(PROCESS, ProcessEvents),
-    ROW(QUEUE, GetEventsCount, &g_long),
-    ROW(QUEUE, GetNextEventType, &g_short),
-    ROW(QUEUE_TAKE, DiscardNextEvent),
+    ROW(STATUS, FireClientEvent, 4, "text"), ROW(STATUS, ClientStatus, &g_short, &g_short),
+    ROW(CALLS, ServerVersion, g_text), ROW(CALLS, FireEvents), ROW(TEST, TestConnection), ROW(PROCESS, ProcessEvents),
+    ROW(QUEUE, GetEventsCount, &g_long), ROW(QUEUE, GetNextEventType, &g_short), ROW(QUEUE_TAKE, DiscardNextEvent),
 };
 
 // The results of a row on a session that lost its connection, and on a session whose
@@ -78,12 +61,6 @@ long WrongType(Kind k) { return k == CALLS || k == QUEUE || k == QUEUE_TAKE || k
 bool NeedsEvents(Kind k) { return k == QUEUE || k == QUEUE_TAKE || k == PROCESS || k == TEST; }
 
 std::string Buffer(const char* text, size_t size) { return std::string(text, size); }
-
-struct Session {
-    CKVCLProcess* s = nullptr;
-    Session(CFakeServer& server, long id, short type) { EXPECT_EQ(server.Logon(&s, id, type), 0); }
-    ~Session() { ClientLogoffMT(&s); }
-};
 
 }  // namespace
 
@@ -103,6 +80,7 @@ TEST(ApiFrame, EveryFamilyChecksSessionConnectionAndClientType) {
     EXPECT_EQ(ClientLogoff(), 8);
 
     Session lost(server, 41, 3), events(server, 42, 2), calls(server, 43, 1);
+    ASSERT_EQ(std::make_tuple(lost.result, events.result, calls.result), std::make_tuple(0L, 0L, 0L));
     lost.s->SetConnected(false);
     server.Clear();
     for (const Row& r : kRows) {
@@ -149,7 +127,8 @@ TEST(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {
     CClientDir dir;
     CFakeServer server(dir);
     Session c(server, 44, 1);
-    CKVCLProcess* s = c.s;
+    ASSERT_EQ(c.result, 0);
+    CKVCLProcess* s = c;
 
     // Doubles in: x 10000, rounded half away from zero on the exact binary value.
     const double in[] = {1.23455, -1.23455, 2.00005, 0.0, 12.34565, -0.00005};

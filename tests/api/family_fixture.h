@@ -1,9 +1,10 @@
 // Shared by the tests of the object families: the library session (client 7, calls only)
-// on a fake server, expected request bodies, MT calls with every argument zero or null but
-// those a test sets, and a reply hook that marks every requested value.
+// on a fake server, expected requests, MT calls with every argument zero or null but those
+// a test sets, and a reply hook that marks every requested value.
 #pragma once
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -13,34 +14,29 @@
 
 namespace kvtest {
 
-// The data area of a request, value by value (the hosts are little-endian like the wire).
-class Wire {
-public:
-    Wire& S(int16_t v) { return Put(TAG_SHORT, v); }
-    Wire& L(int32_t v) { return Put(TAG_LONG, v); }
-    Wire& X(int64_t v) { return Put(TAG_LONGLONG, v); }
-    Wire& C(int64_t raw) { return Put(TAG_CUR, raw); }
-    Wire& D(uint64_t ticks) { return Put(TAG_DATE, ticks); }
-    Wire& PL(int32_t v) { return Put(TAG_PLONG, v); }
-    Wire& Str(const std::string& s) {
-        Put(TAG_STR, static_cast<uint16_t>(s.size()));
-        for (char c : s) _b.insert(_b.end(), {static_cast<uint8_t>(c), 0});
-        return *this;
-    }
-    std::vector<uint8_t> End() const {
-        std::vector<uint8_t> b = _b;
-        b.push_back(TAG_END);
-        return b;
-    }
-
-private:
-    template <class T> Wire& Put(uint8_t tag, T v) {
-        _b.push_back(tag);
-        _b.insert(_b.end(), reinterpret_cast<uint8_t*>(&v), reinterpret_cast<uint8_t*>(&v) + sizeof v);
-        return *this;
-    }
-    std::vector<uint8_t> _b;
+// One exported pair and the request it must send: interface, function, header object and
+// data area (one-way requests carry the flag). Pointer arguments point at g_long, g_short,
+// g_ll or g_double, which hold 3 when the pair is called.
+inline long g_long;
+inline short g_short;
+inline long long g_ll;
+inline double g_double;
+struct Request {
+    const char* name;
+    std::function<long(CKVCLProcess*)> mt;
+    std::function<long()> plain;
+    uint16_t type;
+    uint8_t function;
+    int32_t object;
+    std::vector<uint8_t> data;
+    bool oneWay = false;
 };
+#define KV_UNPAREN(...) __VA_ARGS__
+#define KV_REQUEST(Name, Args, Type, Fn, Obj, ...)                                                                \
+    Request{#Name, [](CKVCLProcess* s) { return Name##MT(s, KV_UNPAREN Args); }, [] { return Name(KV_UNPAREN Args); }, \
+            Type, Fn, Obj, __VA_ARGS__}
+#define KV_REQUEST_PLAIN(Name, Args, Type, Fn, Obj, ...) \
+    Request{#Name, nullptr, [] { return Name(KV_UNPAREN Args); }, Type, Fn, Obj, __VA_ARGS__}
 
 // An MT call on the library session whose arguments are all zero or null except those set
 // by position (0 is the object ID).

@@ -16,45 +16,14 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-void Put32(Bytes& b, uint32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
-}
-
-// A request header as the client proxy builds it.
-Bytes Header(uint8_t function, long client, uint16_t sequence, uint32_t object, uint16_t length) {
-    Bytes b = {1, 0, 0, function};
-    Put32(b, static_cast<uint32_t>(client));
-    Put32(b, 0);
-    b.push_back(static_cast<uint8_t>(sequence));
-    b.push_back(static_cast<uint8_t>(sequence >> 8));
-    b.push_back(IF_CLIENT);
-    b.push_back(0);
-    Put32(b, object);
-    b.push_back(0);
-    b.push_back(0);
-    b.push_back(static_cast<uint8_t>(length));
-    b.push_back(static_cast<uint8_t>(length >> 8));
-    return b;
-}
-
+// A request of the client interface as the client proxy builds it, header and data.
 Bytes Request(uint8_t function, long client, uint16_t sequence, uint32_t object, const Bytes& data) {
-    Bytes b = Header(function, client, sequence, object, static_cast<uint16_t>(data.size()));
-    b.insert(b.end(), data.begin(), data.end());
-    return b;
-}
-
-Bytes LogonData(long client) {
-    Bytes d = {TAG_LONG};
-    Put32(d, static_cast<uint32_t>(client));
-    d.push_back(TAG_STR);
-    d.push_back(10);
-    d.push_back(0);
-    for (char c : std::string("POS Client")) {
-        d.push_back(static_cast<uint8_t>(c));
-        d.push_back(0);
-    }
-    d.push_back(TAG_END);
-    return d;
+    FakeCall c;
+    c.h = Header(function, 0, static_cast<uint32_t>(client), 0, IF_CLIENT, static_cast<uint16_t>(data.size()));
+    c.h.sequence = sequence;
+    c.h.object = object;
+    c.data = data;
+    return c.Bytes();
 }
 
 // What the server handled on the call port, as "13" for a call and "EVENTS" for the
@@ -122,12 +91,12 @@ TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
         const auto calls = server.CallsTo(IF_CLIENT);
         std::vector<Bytes> expected;
         uint16_t seq = 0;
-        expected.push_back(Request(13, id, ++seq, 0xFFFFFFFF, LogonData(id)));
-        expected.push_back(Request(37, id, ++seq, id, {TAG_PLONGLONG, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, TAG_END}));
-        if (c.type & 2) expected.push_back(Request(16, id, ++seq, id, {TAG_SHORT, 2, 0, TAG_END}));
-        if ((c.type & 6) == 6) expected.push_back(Request(16, id, ++seq, id, {TAG_SHORT, 1, 0, TAG_END}));
-        expected.push_back(Request(40, id, ++seq, id, {TAG_LONG, 0x47, 0x0C, 0, 0, TAG_END}));
-        expected.push_back(Request(23, id, ++seq, 0xFFFFFFFF, {TAG_PSTR, 0, 0, TAG_END}));
+        expected.push_back(Request(13, id, ++seq, 0xFFFFFFFF, Wire().L(id).Str("POS Client").End()));
+        expected.push_back(Request(37, id, ++seq, id, Wire().PX(-1).End()));
+        if (c.type & 2) expected.push_back(Request(16, id, ++seq, id, Wire().S(2).End()));
+        if ((c.type & 6) == 6) expected.push_back(Request(16, id, ++seq, id, Wire().S(1).End()));
+        expected.push_back(Request(40, id, ++seq, id, Wire().L(0x0C47).End()));
+        expected.push_back(Request(23, id, ++seq, 0xFFFFFFFF, Wire().Str("", TAG_PSTR).End()));
         ASSERT_EQ(calls.size(), expected.size());
         for (size_t i = 0; i < calls.size(); ++i) EXPECT_EQ(calls[i].Bytes(), expected[i]) << "request " << i;
 
@@ -311,13 +280,7 @@ TEST(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
     ASSERT_EQ(server.Logon(&s, 23, 2), 0);
 
     // The count and the type at the head, as the exported functions report them.
-    auto queue = [s] {
-        long count = -1;
-        short type = -1;
-        EXPECT_EQ(GetEventsCountMT(s, &count), 0);
-        EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
-        return std::make_pair(count, type);
-    };
+    auto queue = [s] { return std::make_pair(EventCount(s), HeadType(s)); };
     EXPECT_EQ(queue(), std::make_pair(0L, short{0}));
     EXPECT_EQ(DiscardNextEventMT(s), 2);
     s->QueueEvent(new TestEvent(3));

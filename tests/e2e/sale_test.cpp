@@ -24,17 +24,6 @@ Status PumpStatus(CKVCLProcess* s, long pump)
     return st;
 }
 
-bool WaitState(CKVCLProcess* s, long pump, short state, int ms = 10000)
-{
-    const auto start = std::chrono::steady_clock::now();
-    while (PumpStatus(s, pump).state != state)
-        if (kvtest::SecondsSince(start) * 1000 > ms)
-            return false;
-        else
-            usleep(2000);
-    return true;
-}
-
 // A delivery's record through GetDeliveryPropertiesEx4.
 struct Record {
     long pump = 0, finished = 0, state = 0, type = 0, lock = 0, attendant = 0, started = 0, reserveClient = 0,
@@ -80,11 +69,9 @@ TEST(PrepayAuthorise, WholePrepaySaleEndsWithItsRefund)
     EXPECT_EQ(RES_PREPAY, st.reserveType);
 
     // The customer takes Super 98 from hose 2, and stops short of the prepaid amount.
-    ASSERT_EQ("ok lift pump 3 Delivering", site.control("lift 3 2"));
-    const auto start = std::chrono::steady_clock::now();
-    while (PumpStatus(pos, pump).volume < 5 && kvtest::SecondsSince(start) < 10)
-        usleep(2000);
-    ASSERT_EQ("ok hang pump 3 Idle", site.control("hang 3"));
+    ASSERT_EQ("ok lift pump 3 Delivering", site.sim.Command("lift 3 2"));
+    WaitUntil([&] { return PumpStatus(pos, pump).volume >= 5; }, 10000);
+    ASSERT_EQ("ok hang pump 3 Idle", site.sim.Command("hang 3"));
     st = PumpStatus(pos, pump);
     EXPECT_EQ(PS_IDLE, st.state);
     EXPECT_EQ(RES_NONE, st.reserveType);
@@ -124,19 +111,17 @@ TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
                                  nullptr, nullptr));
 
     EXPECT_EQ(0, LoadPresetMT(pos, pump, PRESET_MONEY, 20.0, 0, 0));
-    ASSERT_EQ("ok lift pump 1 Delivering", site.control("lift 1 1"));
-    ASSERT_TRUE(WaitState(pos, pump, PS_FINISHED));
-    ASSERT_EQ("ok hang pump 1 Idle", site.control("hang 1"));
+    ASSERT_EQ("ok lift pump 1 Delivering", site.sim.Command("lift 1 1"));
+    ASSERT_TRUE(WaitUntil([&] { return PumpStatus(pos, pump).state == PS_FINISHED; }, 10000));
+    ASSERT_EQ("ok hang pump 1 Idle", site.sim.Command("hang 1"));
 
     // The pump events: authorised, delivering with its progress, finished, idle.
     std::vector<short> states;
     double last = -1;
     bool rising = true;
     long delivery = -1;
-    short logged = 0, totals = 0, tankStatus = 0;
-    const auto start = std::chrono::steady_clock::now();
-    while ((states.empty() || states.back() != PS_IDLE || !logged || !totals || !tankStatus) &&
-           kvtest::SecondsSince(start) < 5) {
+    short logged = 0, totals = 0, tankStatus = 0, progress = 0;
+    WaitUntil([&] {
         ProcessEventsMT(pos);
         short type = 0;
         while (GetNextEventTypeMT(pos, &type) == 0 && type != 0) {
@@ -150,6 +135,7 @@ TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
                 if (state == PS_DELIVERING) {
                     rising = rising && volume >= last;
                     last = volume;
+                    ++progress;
                 }
                 if (states.empty() || states.back() != state)
                     states.push_back(state);
@@ -167,10 +153,11 @@ TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
                 DiscardNextEventMT(pos);
             }
         }
-        usleep(2000);
-    }
+        return !states.empty() && states.back() == PS_IDLE && logged && totals && tankStatus;
+    }, 5000);
     EXPECT_EQ((std::vector<short>{PS_AUTHORISED, PS_DELIVERING, PS_FINISHED, PS_IDLE}), states);
     EXPECT_TRUE(rising);
+    EXPECT_GE(progress, 3);   // the state change and progress while delivering
     EXPECT_EQ(1, logged);
     EXPECT_EQ(1, totals);
     EXPECT_EQ(1, tankStatus);
@@ -206,9 +193,9 @@ TEST(LockDelivery, TwoPosClientsRaceForOneDelivery)
     Session a(site.sim, 73, 3), b(site.sim, 74, 3);
     ASSERT_EQ(0, a.result);
     ASSERT_EQ(0, b.result);
-    ASSERT_EQ("ok lift pump 7 Delivering", site.control("lift 7 1"));   // pump 7 authorises itself
+    ASSERT_EQ("ok lift pump 7 Delivering", site.sim.Command("lift 7 1"));   // pump 7 authorises itself
     usleep(100000);
-    ASSERT_EQ("ok hang pump 7 Idle", site.control("hang 7"));
+    ASSERT_EQ("ok hang pump 7 Idle", site.sim.Command("hang 7"));
     long id = -1;
     ASSERT_EQ(0, GetDeliveryByOrdinalMT(a, 1, &id));
 
@@ -242,8 +229,8 @@ TEST(ExportedFamilies, EachAnswersAgainstTheSimulator)
     Site site;
     Session s(site.sim, 76, 7);
     ASSERT_EQ(0, s.result);
-    ASSERT_EQ("ok card read 1201", site.control("tag 2 7001001234"));
-    ASSERT_EQ("ok alarm", site.control("alarm 1 2 1 High level"));
+    ASSERT_EQ("ok card read 1201", site.sim.Command("tag 2 7001001234"));
+    ASSERT_EQ("ok alarm", site.sim.Command("alarm 1 2 1 High level"));
     char text[24];
     auto blank = [&] {
         std::memset(text, ' ', sizeof text - 1);

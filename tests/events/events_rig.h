@@ -129,17 +129,9 @@ private:
 // instant).
 inline bool ProcessUntil(CKVCLProcess* s, long n, int ms = 3000)
 {
-    auto start = std::chrono::steady_clock::now();
-    for (;;) {
-        ProcessEventsMT(s);
-        long count = -1;
-        GetEventsCountMT(s, &count);
-        if (count >= n)
-            return count == n;
-        if (SecondsSince(start) * 1000 > ms)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    long count = -1;
+    WaitUntil([&] { return ProcessEventsMT(s), GetEventsCountMT(s, &count), count >= n; }, ms, 1);
+    return count == n;
 }
 
 // ---- the outputs of a pop function ----

@@ -12,7 +12,15 @@ using namespace kvtest;
 
 namespace {
 
-constexpr long kClient = 7;
+// A session of client 7 of type 7 (calls, events and database events) on a fake server.
+struct CIEvents : ::testing::Test {
+    static constexpr long kClient = 7;
+    CClientDir dir;
+    CFakeServer server{dir};
+    Session c{server, kClient, 7};
+    void SetUp() override { ASSERT_TRUE(c.s); }
+};
+using GetNextEvent = CIEvents;
 
 // Record, its type code, how it arrives (interface and newest call), a pop function and the
 // record field that each of its outputs carries, as docs/events.md lists them.
@@ -50,34 +58,10 @@ constexpr long kClient = 7;
     X(CDeliveryEvent, 2, IF_EVENTS, 17, GetNextDeliveryEventEx3MT, Upto<43>)                       \
     X(CDeliveryEvent, 2, IF_EVENTS, 17, GetNextDeliveryEventEx4MT, Upto<44>)
 
-long Count(CKVCLProcess* s)
-{
-    long n = -1;
-    EXPECT_EQ(GetEventsCountMT(s, &n), 0);
-    return n;
-}
-
-short HeadType(CKVCLProcess* s)
-{
-    short t = -1;
-    EXPECT_EQ(GetNextEventTypeMT(s, &t), 0);
-    return t;
-}
-
-struct Session {
-    explicit Session(CFakeServer& server, long id = kClient, short type = 7) { EXPECT_EQ(server.Logon(&s, id, type), 0); }
-    ~Session() { ClientLogoffMT(&s); }
-    CKVCLProcess* s = nullptr;
-};
-
 }  // namespace
 
-TEST(CIEvents, EveryCallQueuesItsRecordAndEveryPopReturnsItsFields)
+TEST_F(CIEvents, EveryCallQueuesItsRecordAndEveryPopReturnsItsFields)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
     // Each record twice: every output wanted, then every other output null.
 #define KV_CHECK_ROW(R, Code, Iface, Id, Pop, ...)                                     \
     {                                                                                  \
@@ -88,20 +72,17 @@ TEST(CIEvents, EveryCallQueuesItsRecordAndEveryPopReturnsItsFields)
             ASSERT_TRUE(ProcessUntil(c.s, 1));                                         \
             EXPECT_EQ(HeadType(c.s), Code);                                            \
             ExpectPop(Pop, c.s, __VA_ARGS__(), want.get(), OK_RESULT, nulls);          \
-            EXPECT_EQ(Count(c.s), 0);                                                  \
+            EXPECT_EQ(EventCount(c.s), 0);                                                  \
         }                                                                              \
     }
     KV_POP_ROWS(KV_CHECK_ROW)
 #undef KV_CHECK_ROW
 }
 
-TEST(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
+TEST_F(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
     Session callsOnly(server, kClient + 1, 1);
-    ASSERT_TRUE(c.s && callsOnly.s);
+    ASSERT_TRUE(callsOnly.s);
     std::unique_ptr<CServerEvent> server3(SampleRecord<CServerEvent>());
     std::unique_ptr<CStackDelivery> stack8(SampleRecord<CStackDelivery>());
 #define KV_CHECK_DEFAULTS(R, Code, Iface, Id, Pop, ...)                                           \
@@ -117,7 +98,7 @@ TEST(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
             ASSERT_EQ((Push{IF_DB, 14}.Send(server, kClient, stack8.get())), 0);                  \
         ASSERT_TRUE(ProcessUntil(c.s, 1));                                                        \
         ExpectPop<R>(Pop, c.s, __VA_ARGS__(), nullptr, NOT_FOUND_RESULT);                         \
-        EXPECT_EQ(Count(c.s), 1);                                                                 \
+        EXPECT_EQ(EventCount(c.s), 1);                                                                 \
         EXPECT_EQ(DiscardNextEventMT(c.s), 0);                                                    \
     }
     KV_POP_ROWS(KV_CHECK_DEFAULTS)
@@ -132,12 +113,8 @@ TEST(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
     EXPECT_EQ(DateOut(CDate()), kEmptyDateOut);
 }
 
-TEST(CIEvents, RecordsLeaveInArrivalOrder)
+TEST_F(CIEvents, RecordsLeaveInArrivalOrder)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
     const CStr first("first"), second("second");
     CServerEvent a(101, first), b(102, second);
     ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &a)), 0);
@@ -161,16 +138,12 @@ TEST(CIEvents, RecordsLeaveInArrivalOrder)
     ASSERT_EQ((Push{IF_EVENTS, 27}.Send(server, kClient, pump.get())), 0);
     ASSERT_TRUE(ProcessUntil(c.s, 1));
     ExpectPop<CDeliveryEvent>(GetNextDeliveryEventMT, c.s, Cat<Upto<7>, Range<16, 27>>(), nullptr, NOT_FOUND_RESULT);
-    EXPECT_EQ(Count(c.s), 1);
+    EXPECT_EQ(EventCount(c.s), 1);
     ExpectPop(GetNextPumpEventMT, c.s, Cat<Upto<8>, Range<11, 17>>(), pump.get());
 }
 
-TEST(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
+TEST_F(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
     const CCur minusOne = CCur::FromRaw(-10000);
 
     // Call 13 with all 43 fields, then with the mandatory 32: the 11 later fields read -1
@@ -211,12 +184,8 @@ TEST(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
     ExpectPop(GetNextDBHoseETotalsEventExMT, c.s, Upto<15>(), shortTotals.get());
 }
 
-TEST(CIEvents, UnknownCallsAreRefusedAndLogged)
+TEST_F(CIEvents, UnknownCallsAreRefusedAndLogged)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
     std::unique_ptr<CServerEvent> event(SampleRecord<CServerEvent>());
 
     // One-way: nothing comes back; the refusal is logged and nothing queued.
@@ -240,38 +209,10 @@ TEST(CIEvents, UnknownCallsAreRefusedAndLogged)
         return reply.get();
     };
     EXPECT_EQ(twoWay(Push{IF_EVENTS, 18}, nullptr), BAD_FUNCTION_RESULT);
-    EXPECT_EQ(Count(c.s), 0);
+    EXPECT_EQ(EventCount(c.s), 0);
     EXPECT_EQ(twoWay(Push{IF_EVENTS, 15, false, 5}, event.get()), NO_OBJECT_RESULT);   // holds no objects
-    EXPECT_EQ(Count(c.s), 0);
+    EXPECT_EQ(EventCount(c.s), 0);
     EXPECT_EQ(twoWay(Push{IF_EVENTS, 15}, event.get()), OK_RESULT);
-    EXPECT_EQ(Count(c.s), 1);
+    EXPECT_EQ(EventCount(c.s), 1);
     ExpectPop(GetNextServerEventMT, c.s, Upto<2>(), event.get());
-}
-
-TEST(CKVCLProcess, TestConnectionRestoresTheEventsConnectionAndKeepsTheQueue)
-{
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server, kClient, 3);
-    ASSERT_TRUE(c.s);
-    CServerEvent a(1, CStr("a")), b(2, CStr("b")), after(3, CStr("c"));
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &a)), 0);
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &b)), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 2));
-
-    server.RunOnServer([](CFakeServer& f) {
-        if (CSocket* s = f.EventsSocketOf(kClient))
-            s->Close();
-    });
-    EXPECT_EQ(TestConnectionMT(c.s), 0);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 1u);   // Reconnect with the session ID
-    EXPECT_EQ(Count(c.s), 2);
-
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &after)), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 3));
-    for (long want = 1; want <= 3; ++want) {
-        long id = 0;
-        EXPECT_EQ(GetNextServerEventMT(c.s, &id, nullptr), 0);
-        EXPECT_EQ(id, want);
-    }
 }

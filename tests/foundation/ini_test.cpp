@@ -1,40 +1,22 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <random>
 #include <set>
-#include <sstream>
 #include <string>
 
 #include "foundation/ini.h"
+#include "rpc/net_fixture.h"
 
 namespace {
 
-struct TempDir {
-    std::string path;
-    TempDir()
-    {
-        std::string tmpl = (std::filesystem::temp_directory_path() / "kvini.XXXXXX").string();
-        path = mkdtemp(tmpl.data());
-    }
-    ~TempDir() { std::filesystem::remove_all(path); }
-    std::string File(const char* name) const { return path + "/" + name; }
-};
+using kvtest::ReadFile;
 
 void WriteFile(const std::string& path, const std::string& text)
 {
     std::ofstream(path, std::ios::binary) << text;
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
 }
 
 std::string Get(CINIFile& ini, const char* key)
@@ -49,8 +31,8 @@ std::string Get(CINIFile& ini, const char* key)
 
 TEST(CINIFile, MissingFileIsCreatedOnlyWhenWritable)
 {
-    TempDir dir;
-    const std::string path = dir.File("absent.ini");
+    kvtest::TempDir dir;
+    const std::string path = dir / "absent.ini";
     CINIFile ro(path.c_str(), "Server", false);
     CStr v("old");
     EXPECT_EQ(ro.GetStr("name", v), 0);
@@ -67,8 +49,8 @@ TEST(CINIFile, MissingFileIsCreatedOnlyWhenWritable)
 
 TEST(CINIFile, LookupRules)
 {
-    TempDir dir;
-    const std::string path = dir.File("kv.ini");
+    kvtest::TempDir dir;
+    const std::string path = dir / "kv.ini";
     WriteFile(path,
               "[Server]\r\n"
               "name = host1\r\n"
@@ -117,8 +99,8 @@ TEST(CINIFile, LookupRules)
 
 TEST(CINIFile, PutValueEditsInPlace)
 {
-    TempDir dir;
-    const std::string path = dir.File("edit.ini");
+    kvtest::TempDir dir;
+    const std::string path = dir / "edit.ini";
     WriteFile(path, "[A]\r\nx=1\r\n\r\n[B]\r\ny=2\r\n");
     CINIFile ini(path.c_str(), "A", true);
 
@@ -167,8 +149,8 @@ TEST(CINIFile, PutValueEditsInPlace)
 
 TEST(CINIFile, SequentialWritingAndSectionEnumeration)
 {
-    TempDir dir;
-    const std::string path = dir.File("seq.ini");
+    kvtest::TempDir dir;
+    const std::string path = dir / "seq.ini";
     CINIFile ini(path.c_str(), "S1", true);
     EXPECT_EQ(ini.PutNextValue("a", CStr("1")), 1);
     ini.PutNextValue("b", CStr("22"));
@@ -204,8 +186,8 @@ TEST(CINIFile, SequentialWritingAndSectionEnumeration)
 // Random edits: never a crash or an overrun, and plain values always read back exactly.
 TEST(CINIFile, RandomEditsRoundTrip)
 {
-    TempDir dir;
-    const std::string path = dir.File("random.ini");
+    kvtest::TempDir dir;
+    const std::string path = dir / "random.ini";
     std::mt19937 rng(20240611);
     auto pick = [&](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
     // No 'k' and no '[': plain text never looks like one of the keys or a header.

@@ -205,6 +205,7 @@ TEST(CForecourtDelivery, LocksBelongToOneClient)
 {
     Model m;
     CSimDelivery& d = m.Sale(1, 2000);
+    m.sink.Clear();
     EXPECT_EQ(SR_OK, m.Deliveries().Lock(&d, 11));
     EXPECT_EQ(SR_OK, m.Deliveries().Lock(&d, 11));
     EXPECT_EQ(SR_LOCKED, m.Deliveries().Lock(&d, 12));
@@ -218,6 +219,7 @@ TEST(CForecourtDelivery, LocksBelongToOneClient)
     EXPECT_EQ(SR_CLEARED, m.Deliveries().Clear(&d, 12, CLEAR_CARD));
     EXPECT_EQ(SR_CLEARED, m.Deliveries().Lock(&d, 11));
     EXPECT_EQ(1, m.sink.Count(TSimEvent::DBClear));
+    EXPECT_EQ(3, m.sink.Count(TSimEvent::Delivery));   // lock, unlock and clear; nothing refused
 
     // A running delivery cannot be cleared; a pump test returns its fuel to the tank.
     CSimPump& p = m.Pump(2);

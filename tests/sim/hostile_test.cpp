@@ -73,16 +73,15 @@ TEST(CSimServerHostile, EveryRowWithExtremeValuesLeavesTheServerServing)
 {
     CSimSettings settings = Fast();
     LiveServer s(settings);
-    CControlLine control(s.ControlPort());
     Pos pos(s, 41);
     ASSERT_EQ(0, pos.Logon(true, true));
     ASSERT_EQ(0, pos.client.SetClientType(41, 0x0FFFFFFF));
     // Objects that only come to be: a delivery, a card read, a log event.
-    ASSERT_EQ("ok lift pump 7 Delivering", control("lift 7 1"));
+    ASSERT_EQ("ok lift pump 7 Delivering", s.Command("lift 7 1"));
     usleep(50000);
-    ASSERT_EQ("ok hang pump 7 Idle", control("hang 7"));
-    ASSERT_EQ("ok card read 1201", control("tag 1 7001001234"));
-    ASSERT_EQ("ok alarm", control("alarm 1 2 1 High level"));
+    ASSERT_EQ("ok hang pump 7 Idle", s.Command("hang 7"));
+    ASSERT_EQ("ok card read 1201", s.Command("tag 1 7001001234"));
+    ASSERT_EQ("ok alarm", s.Command("alarm 1 2 1 High level"));
 
     CRawSender raw(&pos.process, pos.process.CallSocket(), 41);
     raw.SetDestID(0);
@@ -131,5 +130,5 @@ TEST(CSimServerHostile, EveryRowWithExtremeValuesLeavesTheServerServing)
     ASSERT_EQ(0, later.Logon());
     EXPECT_EQ(0, later.client.Count(&n));
     EXPECT_GE(n, 1);
-    EXPECT_EQ("ok 8 pumps", control("status"));
+    EXPECT_EQ("ok 8 pumps", s.Command("status"));
 }

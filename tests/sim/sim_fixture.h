@@ -132,13 +132,15 @@ private:
     int _fd = -1;
 };
 
-// A running kvsim on free loopback ports, served by its own thread until destroyed.
+// A running kvsim on free loopback ports, served by its own thread until destroyed, and a
+// line client of its control port.
 struct LiveServer {
     kvtest::TempDir dir;
     CSimSettings settings;
     std::unique_ptr<CSimServer> server;
     std::atomic<bool> stop{false};
     std::thread thread;
+    std::unique_ptr<CControlLine> control;
 
     explicit LiveServer(CSimSettings s = {})
     {
@@ -158,6 +160,7 @@ struct LiveServer {
             while (!stop)
                 server->Step(2);
         });
+        control = std::make_unique<CControlLine>(ControlPort());
     }
     ~LiveServer()
     {
@@ -167,6 +170,7 @@ struct LiveServer {
     unsigned short CallPort() const { return server->BoundCallPort(); }
     unsigned short EventsPort() const { return server->BoundEventsPort(); }
     unsigned short ControlPort() { return server->Control().Port(); }
+    std::string Command(const std::string& line) { return (*control)(line); }
 };
 
 }  // namespace simtest

@@ -1,5 +1,5 @@
-// kvsim on loopback ports, driven through the proxies: sessions, a sale with its events and
-// locks, event masks and registrations, reconnection and hostile clients.
+// kvsim on loopback ports, driven through the proxies: sessions and site calls, event masks
+// and registrations, reconnection, hostile clients and the control port.
 #include "wire_fixture.h"
 
 using namespace simtest;
@@ -7,8 +7,7 @@ using namespace simtest;
 TEST(CSimServerWire, LogonSessionsAndSiteCalls)
 {
     LiveServer s;
-    CControlLine control(s.ControlPort());
-    ASSERT_EQ("ok busy 2", control("busy 2"));
+    ASSERT_EQ("ok busy 2", s.Command("busy 2"));
     Pos a(s, 11), b(s, 12);
     ASSERT_TRUE(a.process.OpenSockets());
     a.Bind();
@@ -67,57 +66,9 @@ TEST(CSimServerWire, LogonSessionsAndSiteCalls)
     EXPECT_EQ(NO_OBJECT_RESULT, b.client.GetSessionID(12, &b.session));
 }
 
-TEST(CSimServerWire, PresetSaleWithEventsAndLocks)
-{
-    LiveServer s(Fast());
-    CControlLine control(s.ControlPort());
-    Pos a(s, 11), b(s, 12);
-    ASSERT_EQ(0, a.Logon());
-    ASSERT_EQ(0, b.Logon());
-    const long pump = 101;
-    EXPECT_EQ(0, a.pump.LoadPreset(pump, PRESET_MONEY, Money(20), 0, 0));
-    EXPECT_EQ(PS_AUTHORISED, a.State(pump));
-    ASSERT_EQ("ok lift pump 1 Delivering", control("lift 1 1"));
-    ASSERT_TRUE(a.Until([&] { return a.State(pump) == PS_FINISHED; }));
-
-    // Both clients saw the states go by, the progress in between, and the delivery.
-    ASSERT_TRUE(a.Until([&] { return a.events->Count(17) >= 2; }));
-    ASSERT_TRUE(b.Until([&] { return b.events->Count(17) >= 2; }));
-    std::vector<short> seen;
-    for (const CCallLog::Call& c : a.events->calls)
-        if (c.function == 27 && c.first == pump && (seen.empty() || seen.back() != c.third))
-            seen.push_back(c.third);
-    EXPECT_EQ((std::vector<short>{PS_AUTHORISED, PS_DELIVERING, PS_FINISHED}), seen);
-    EXPECT_GT(a.events->Count(27), 4);   // progress events while delivering
-
-    long id = 0;
-    EXPECT_EQ(0, a.delivery.GetIDByOrdinal(1, &id));
-    CCur volume, money, unitPrice;
-    long state = 0;
-    EXPECT_EQ(0, a.delivery.GetEx(id, nullptr, nullptr, nullptr, nullptr, nullptr, &volume, &money, &unitPrice,
-                                  nullptr, &state, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                  nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(RawOf(20), money.Value());
-    EXPECT_EQ(137046, volume.Value());
-    EXPECT_EQ(DS_COMPLETED, state);
-
-    // Two POS clients compete for the delivery: the first lock wins.
-    EXPECT_EQ(0, a.delivery.Lock(id, 11));
-    EXPECT_EQ(SR_LOCKED, b.delivery.Lock(id, 12));
-    EXPECT_EQ(SR_LOCKED, b.delivery.Clear(id, 12, CLEAR_CASH));
-    EXPECT_EQ(0, a.delivery.Clear(id, 11, CLEAR_CASH));
-    EXPECT_EQ(SR_CLEARED, b.delivery.LockAndClear(id, 12, CLEAR_CASH));
-    long current = -1;
-    EXPECT_EQ(0, b.delivery.Count(&current));
-    EXPECT_EQ(0, current);
-    EXPECT_EQ("ok hang pump 1 Idle", control("hang 1"));
-    EXPECT_TRUE(b.Until([&] { return b.events->Count(17) >= 4; }));   // the lock and the clear
-}
-
 TEST(CSimServerWire, EventsFollowRegistrationAndMask)
 {
     LiveServer s(Fast());
-    CControlLine control(s.ControlPort());
     Pos pumps(s, 21), deliveries(s, 22), silent(s, 23);
     ASSERT_EQ(0, pumps.Logon(true, false));
     ASSERT_EQ(0, deliveries.Logon(true, true));
@@ -129,9 +80,9 @@ TEST(CSimServerWire, EventsFollowRegistrationAndMask)
         p->events->calls.clear();
     }
 
-    ASSERT_EQ("ok lift pump 7 Delivering", control("lift 7 1"));
+    ASSERT_EQ("ok lift pump 7 Delivering", s.Command("lift 7 1"));
     usleep(100000);
-    ASSERT_EQ("ok hang pump 7 Idle", control("hang 7"));
+    ASSERT_EQ("ok hang pump 7 Idle", s.Command("hang 7"));
     EXPECT_EQ(0, silent.client.FireClientEvent(23, 77, CStr("hello")));
     ASSERT_TRUE(deliveries.Until([&] { return deliveries.db->Count(21) >= 1; }));
     ASSERT_TRUE(pumps.Until([&] { return pumps.events->Count(16) == 1; }));
@@ -159,16 +110,15 @@ TEST(CSimServerWire, EventsFollowRegistrationAndMask)
     EXPECT_EQ(before, deliveries.events->calls.size());
 }
 
-TEST(CSimServerWire, ReconnectAfterADropAndHostileClients)
+TEST(CSimServerWire, ReconnectAfterADropAndUnknownRequests)
 {
     LiveServer s;
-    CControlLine control(s.ControlPort());
     Pos a(s, 31), b(s, 32);
     ASSERT_EQ(0, a.Logon());
     ASSERT_EQ(0, b.Logon());
 
     // kvsim drops a's sockets; the session waits. New sockets resume it by its ID.
-    ASSERT_EQ("ok dropped client 31", control("drop 31"));
+    ASSERT_EQ("ok dropped client 31", s.Command("drop 31"));
     Pos again(s, 31, "again");
     ASSERT_TRUE(again.process.OpenSockets());
     again.Bind();
@@ -189,14 +139,6 @@ TEST(CSimServerWire, ReconnectAfterADropAndHostileClients)
     EXPECT_EQ(CSocket::WAIT_DATA, again.process.EventsSocket()->WaitForSocketEvent(2000));
     TIMsg msg;
     EXPECT_EQ(CONNECTION_BROKEN, again.process.EventsSocket()->ReadMsg(&msg));
-
-    // Garbage on one connection drops that client alone.
-    CSocket junk(nullptr, CStr("127.0.0.1"), s.CallPort());
-    ASSERT_TRUE(junk.Open());
-    unsigned char bytes[40];
-    std::memset(bytes, 0xA5, sizeof bytes);
-    ASSERT_EQ(40, junk.Write(bytes, sizeof bytes));
-    EXPECT_FALSE(kvtest::Silent(junk.Descriptor(), 3000));   // closed by kvsim
 
     // Requests the tables do not know, for objects that do not exist, and the reply flag
     // of a port without a ZigBee coordinator.
@@ -225,19 +167,18 @@ TEST(CSimServerWire, ReconnectAfterADropAndHostileClients)
 TEST(CSimServerControl, CommandsAnswerOkOrErrorAndLongLinesEndTheConnection)
 {
     LiveServer s;
-    CControlLine control(s.ControlPort());
-    EXPECT_EQ("error no pump 99", control("lift 99"));
-    EXPECT_EQ("error bad hose x", control("lift 1 x"));
-    EXPECT_EQ("error lift pump 1 Idle: result 2", control("lift 1 5"));
-    EXPECT_EQ("error flow in litres per second, 0 to 100", control("flow 500"));
-    EXPECT_EQ("ok flow 1.5", control("flow 1.5"));
-    EXPECT_EQ("error price <grade> <1|2> <price>", control("price 1 3 1.5"));
-    EXPECT_EQ("ok price grade 2 level 1 1.7", control("price 2 1 1.7"));
-    EXPECT_EQ("error tank <tank> <litres up to its capacity>", control("tank 1 99999"));
-    EXPECT_EQ("error client 5 has no open sockets", control("drop 5"));
-    EXPECT_EQ("error unknown command fly (try help)", control("fly"));
-    EXPECT_EQ("ok 0 sessions", control("clients"));
-    EXPECT_EQ("ok 0 deliveries", control("deliveries"));
+    EXPECT_EQ("error no pump 99", s.Command("lift 99"));
+    EXPECT_EQ("error bad hose x", s.Command("lift 1 x"));
+    EXPECT_EQ("error lift pump 1 Idle: result 2", s.Command("lift 1 5"));
+    EXPECT_EQ("error flow in litres per second, 0 to 100", s.Command("flow 500"));
+    EXPECT_EQ("ok flow 1.5", s.Command("flow 1.5"));
+    EXPECT_EQ("error price <grade> <1|2> <price>", s.Command("price 1 3 1.5"));
+    EXPECT_EQ("ok price grade 2 level 1 1.7", s.Command("price 2 1 1.7"));
+    EXPECT_EQ("error tank <tank> <litres up to its capacity>", s.Command("tank 1 99999"));
+    EXPECT_EQ("error client 5 has no open sockets", s.Command("drop 5"));
+    EXPECT_EQ("error unknown command fly (try help)", s.Command("fly"));
+    EXPECT_EQ("ok 0 sessions", s.Command("clients"));
+    EXPECT_EQ("ok 0 deliveries", s.Command("deliveries"));
 
     // A line longer than the limit ends that connection; the port takes new ones.
     CControlLine flood(s.ControlPort());
@@ -251,7 +192,6 @@ TEST(CSimServerControl, CommandsAnswerOkOrErrorAndLongLinesEndTheConnection)
 TEST(CSimServerWire, GenericCreateLookupAndDelete)
 {
     LiveServer s;
-    CControlLine control(s.ControlPort());
     Pos a(s, 13);
     ASSERT_EQ(0, a.Logon());
     CIGrade grades(&a.process, a.process.CallSocket(), 13);
@@ -277,12 +217,12 @@ TEST(CSimServerWire, GenericCreateLookupAndDelete)
     EXPECT_EQ(NO_OBJECT_RESULT, grades.GetPrice(309, 1, &price));
 
     // A pump with a delivery running may not be deleted; an idle one may.
-    ASSERT_EQ("ok lift pump 8 Delivering", control("lift 8 1"));
+    ASSERT_EQ("ok lift pump 8 Delivering", s.Command("lift 8 1"));
     EXPECT_EQ(CANNOT_DELETE_RESULT, a.pump.Delete(108, false));
     EXPECT_EQ(0, a.pump.Delete(106, false));
     EXPECT_EQ(0, a.pump.Count(&count));
     EXPECT_EQ(7, count);
-    EXPECT_EQ("ok hang pump 8 Idle", control("hang 8"));
+    EXPECT_EQ("ok hang pump 8 Idle", s.Command("hang 8"));
 }
 
 TEST(CSimServerWire, AClientThatStopsReadingItsEventsIsDropped)
