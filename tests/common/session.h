@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstring>
+#include <string>
+#include <tuple>
 
 #include "kvclient.h"
 #include "rpc/net_fixture.h"
@@ -20,6 +23,17 @@ bool WaitUntil(F cond, int ms = 3000, int step = 2) {
         usleep(step * 1000);
     }
     return true;
+}
+
+// A call's result with what it wrote into v, read once the call has returned:
+//     EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(0, 8));
+template <class T>
+std::tuple<long, T> Got(long result, const T& v) {
+    return {result, v};
+}
+template <size_t N>
+std::tuple<long, std::string> Got(long result, const char (&text)[N]) {
+    return {result, std::string(text, strnlen(text, N))};
 }
 
 inline long EventCount(CKVCLProcess* s) {

@@ -8,6 +8,7 @@ namespace e2e {
 
 using namespace simtest;
 using kvtest::Session;
+using kvtest::Got;
 using kvtest::WaitUntil;
 
 struct Site {

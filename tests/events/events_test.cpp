@@ -113,35 +113,6 @@ TEST_F(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
     EXPECT_EQ(DateOut(CDate()), kEmptyDateOut);
 }
 
-TEST_F(CIEvents, RecordsLeaveInArrivalOrder)
-{
-    const CStr first("first"), second("second");
-    CServerEvent a(101, first), b(102, second);
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &a)), 0);
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &b)), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 2));
-
-    long id = 0;
-    char text[] = "          ";
-    EXPECT_EQ(GetNextServerEventMT(c.s, &id, text), 0);
-    EXPECT_EQ(id, 101);
-    EXPECT_EQ(std::string(text, 10), std::string("first\0\0\0\0\0", 10));
-    std::memset(text, ' ', 10);
-    EXPECT_EQ(GetNextServerEventMT(c.s, &id, text), 0);
-    EXPECT_EQ(id, 102);
-    EXPECT_EQ(std::string(text, 10), std::string("second\0\0\0\0", 10));
-    EXPECT_EQ(GetNextServerEventMT(c.s, &id, text), NOT_FOUND_RESULT);
-    EXPECT_EQ(id, -1);
-
-    // A pump event at the head: the delivery pop leaves it where it is.
-    std::unique_ptr<CPumpEvent> pump(SampleRecord<CPumpEvent>());
-    ASSERT_EQ((Push{IF_EVENTS, 27}.Send(server, kClient, pump.get())), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 1));
-    ExpectPop<CDeliveryEvent>(GetNextDeliveryEventMT, c.s, Cat<Upto<7>, Range<16, 27>>(), nullptr, NOT_FOUND_RESULT);
-    EXPECT_EQ(EventCount(c.s), 1);
-    ExpectPop(GetNextPumpEventMT, c.s, Cat<Upto<8>, Range<11, 17>>(), pump.get());
-}
-
 TEST_F(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
 {
     const CCur minusOne = CCur::FromRaw(-10000);

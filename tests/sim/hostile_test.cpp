@@ -2,6 +2,7 @@
 // and oversized strings, refused pointers, objects that exist and objects that do not.
 // kvsim must answer each request or drop the caller, never stop, and serve on afterwards.
 #include <climits>
+#include <map>
 #include <string>
 
 #include "proxies/registry.h"
@@ -44,27 +45,16 @@ public:
     }
 };
 
-// An object of each interface type that exists in the default forecourt.
+// An object of each interface type that exists in the default forecourt (the client
+// interface's object is the caller).
 long Existing(uint16_t type, long client)
 {
-    switch (type) {
-    case IF_CLIENT: return client;
-    case IF_PUMP: return 101;
-    case IF_HOSE: return 201;
-    case IF_GRADE: return 301;
-    case IF_TANK: return 401;
-    case IF_PORT: return 503;
-    case IF_DELIVERY: return 1001;
-    case IF_ATTENDANT: return 601;
-    case IF_ZIGBEE: return 1101;
-    case IF_CARDCLIENT: return 701;
-    case IF_CARDREAD: return 1201;
-    case IF_LOGEVENT: return 1301;
-    case IF_SENSOR: return 1001;
-    case IF_PRODUCT: return 801;
-    case IF_SALEITEM: return 901;
-    default: return 1;
-    }
+    static const std::map<uint16_t, long> ids = {
+        {IF_PUMP, 101},       {IF_HOSE, 201},    {IF_GRADE, 301},      {IF_TANK, 401},     {IF_PORT, 503},
+        {IF_DELIVERY, 1001},  {IF_ATTENDANT, 601}, {IF_ZIGBEE, 1101}, {IF_CARDCLIENT, 701}, {IF_CARDREAD, 1201},
+        {IF_LOGEVENT, 1301},  {IF_SENSOR, 1001}, {IF_PRODUCT, 801},    {IF_SALEITEM, 901}};
+    const auto found = ids.find(type);
+    return type == IF_CLIENT ? client : found == ids.end() ? 1 : found->second;
 }
 
 }  // namespace

@@ -102,28 +102,18 @@ public:
     CControlLine(const CControlLine&) = delete;
     CControlLine& operator=(const CControlLine&) = delete;
 
-    // Sends one command and returns the first line of its reply ("" on time-out).
+    // Sends one command and returns the first line of its reply ("" on time-out); the
+    // further lines of a multi-line reply are read and dropped.
     std::string operator()(const std::string& command)
     {
         const std::string line = command + "\n";
-        if (_fd < 0 || !kvtest::WriteAll(_fd, line.data(), line.size()))
-            return "";
         std::string reply;
         char ch;
-        for (;;) {
-            pollfd p{_fd, POLLIN, 0};
-            if (poll(&p, 1, 3000) <= 0 || recv(_fd, &ch, 1, 0) != 1)
-                return reply;
-            if (ch == '\n')
-                break;
+        if (_fd < 0 || !kvtest::WriteAll(_fd, line.data(), line.size()))
+            return reply;
+        while (kvtest::ReadAll(_fd, &ch, 1) && ch != '\n')
             reply += ch;
-        }
-        // Drain the further lines of a multi-line reply.
-        while (true) {
-            pollfd p{_fd, POLLIN, 0};
-            char buf[4096];
-            if (poll(&p, 1, 20) <= 0 || recv(_fd, buf, sizeof buf, 0) <= 0)
-                break;
+        while (!kvtest::Silent(_fd, 20) && kvtest::ReadAll(_fd, &ch, 1)) {
         }
         return reply;
     }
