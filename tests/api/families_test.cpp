@@ -1,10 +1,91 @@
-// Every object family through the exported pairs: the request each one sends, and the frame
-// codes and the ID guard that come before any traffic.
+// The object families through the exported pairs against a fake server: the request each
+// pair sends, the frame codes and the ID guard that come before any traffic, which outputs
+// each pump and delivery form requests and where they land, the S34 fallback, and the client
+// number of each session's locks.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <tuple>
 #include <vector>
 
-#include "api/family_fixture.h"
+#include "api/frame.h"
+#include "common/fake_server.h"
 
 namespace kvtest {
+
+// One exported pair and the request it must send: interface, function, header object and
+// data area (one-way requests carry the flag). Pointer arguments point at g_long, g_short,
+// g_ll or g_double, which hold 3 when the pair is called.
+inline long g_long;
+inline short g_short;
+inline long long g_ll;
+inline double g_double;
+struct Request {
+    const char* name;
+    std::function<long(CKVCLProcess*)> mt;
+    std::function<long()> plain;
+    uint16_t type;
+    uint8_t function;
+    int32_t object;
+    std::vector<uint8_t> data;
+    bool oneWay = false;
+};
+#define KV_UNPAREN(...) __VA_ARGS__
+#define KV_REQUEST(Name, Args, Type, Fn, Obj, ...)                                                                \
+    Request{#Name, [](CKVCLProcess* s) { return Name##MT(s, KV_UNPAREN Args); }, [] { return Name(KV_UNPAREN Args); }, \
+            Type, Fn, Obj, __VA_ARGS__}
+#define KV_REQUEST_PLAIN(Name, Args, Type, Fn, Obj, ...) \
+    Request{#Name, nullptr, [] { return Name(KV_UNPAREN Args); }, Type, Fn, Obj, __VA_ARGS__}
+
+// An MT call on the library session whose arguments are all zero or null except those set
+// by position (0 is the object ID).
+template <class... A> struct MTCall {
+    long (*fn)(CKVCLProcess*, A...);
+    std::tuple<A...> args{};
+    template <size_t I, class V> MTCall& Set(V v) { return std::get<I>(args) = v, *this; }
+    long operator()() const { return std::apply([&](A... a) { return fn(pGCLProcess, a...); }, args); }
+};
+template <class... A> MTCall<A...> Zeroed(long (*fn)(CKVCLProcess*, A...)) { return MTCall<A...>{fn}; }
+
+// Reference n of a request comes back as 100 + n (fixed point: raw 100 + n; dates: second
+// 1000000 + n; strings: "v<n>"). Null references stay null.
+inline void MarkAll(const FakeCall& c, FakeReply& r) {
+    int n = 0;
+    for (const FakeArg& a : c.args) {
+        if (!a.IsRef()) continue;
+        if (a.tag == TAG_PSTR) r.Str(n, "v" + std::to_string(n));
+        else if (a.tag == TAG_PDATE) r.Date(n, CDate(1000000L + n).Ticks());
+        else if (a.tag != TAG_NULL) r.Set(n, a.tag, 100 + n);
+        ++n;
+    }
+}
+
+class FamilyTest : public FakeServerTest {
+protected:
+    static constexpr long kClient = 7;
+    void SetUp() override {
+        ASSERT_EQ(ClientLogonEx(kClient, 1, "127.0.0.1", server.CallPort(), server.EventsPort(), 2000, nullptr,
+                                nullptr, 0), 0);
+        server.Clear();
+    }
+    void TearDown() override { ClientLogoff(); }
+
+    // The last request of a function, once it has come.
+    FakeCall Last(uint16_t type, uint8_t function) const {
+        const auto calls = server.WaitForCalls(type, function, 1) ? server.CallsTo(type, function) : std::vector<FakeCall>{};
+        EXPECT_FALSE(calls.empty()) << "no call " << int(function) << " on interface " << type;
+        return calls.empty() ? FakeCall{} : calls.back();
+    }
+    // The tags of the arguments of a request from `from` on, `n` of them.
+    static std::vector<uint8_t> Tags(const FakeCall& c, size_t from, size_t n) {
+        std::vector<uint8_t> t;
+        for (size_t k = from; k < from + n; ++k) t.push_back(c.Arg(k).tag);
+        return t;
+    }
+};
+
 namespace {
 
 constexpr long kClient = 7;
@@ -117,6 +198,125 @@ TEST_F(FamilyTest, FrameCodesAndTheIdGuardComeBeforeAnyTraffic)
     ClientLogoff();
     for (const Request& row : Rows())
         EXPECT_EQ(row.plain(), 8) << row.name;   // no library session
+}
+
+using PumpApi = FamilyTest;
+
+TEST_F(PumpApi, StatusOutputsFollowTheBoundaryRules) {
+    server.On(IF_PUMP, 17, [](const FakeCall&, FakeReply& r) { r.Str(6, "Authorised and fuelling").Str(7, "E").Cur(9, 12345); });
+    char text[32] = {}, empty[4] = {0, 'x', 'y', 0};
+    std::memset(text, ' ', 20);
+    double volume = 7;
+    short state = 0;
+    auto status = Zeroed(GetPumpStatusMT).Set<0>(5).Set<1>(&state).Set<7>(text).Set<8>(empty).Set<10>(&volume);
+    ASSERT_EQ(status(), 0);
+    EXPECT_EQ(std::string(text), "Authorised and fuell");   // 20 characters and the buffer's own terminator
+    EXPECT_EQ(std::string(empty, 3), std::string("\0xy", 3));
+    EXPECT_DOUBLE_EQ(volume, 1.2345);
+    // Null short and long pointers are not requested; doubles and strings always are.
+    EXPECT_EQ(Tags(Last(IF_PUMP, 17), 0, 13),
+              (std::vector<uint8_t>{TAG_PSHORT, TAG_NULL, TAG_NULL, TAG_NULL, TAG_NULL, TAG_NULL, TAG_PSTR, TAG_PSTR,
+                                    TAG_NULL, TAG_PCUR, TAG_PCUR, TAG_PCUR, TAG_NULL}));
+}
+
+TEST_F(PumpApi, EachFormRequestsOnlyWhatItExposes) {
+    server.On(IF_PUMP, 54, MarkAll);
+    server.On(IF_PUMP, 35, MarkAll);
+    double f28 = 0;
+    ASSERT_EQ(Zeroed(GetPumpStatusExMT).Set<0>(5)(), 0);
+    EXPECT_EQ(Tags(Last(IF_PUMP, 54), 27, 2), std::vector<uint8_t>(2, TAG_NULL));
+    ASSERT_EQ(Zeroed(GetPumpStatusEx2MT).Set<0>(5).Set<28>(&f28)(), 0);
+    EXPECT_DOUBLE_EQ(f28, 0.0127);
+
+    // Ex asks for neither the first three trailing amounts nor the two longs nor the last.
+    double f21 = 0;
+    long long f24 = 0;
+    ASSERT_EQ(Zeroed(GetPumpDeliveryPropertiesExMT).Set<0>(5).Set<19>(&f21).Set<22>(&f24)(), 0);
+    EXPECT_EQ(Tags(Last(IF_PUMP, 35), 18, 10), (std::vector<uint8_t>{TAG_NULL, TAG_NULL, TAG_NULL, TAG_PCUR, TAG_PCUR,
+                                                                     TAG_PCUR, TAG_PLONGLONG, TAG_NULL, TAG_NULL, TAG_NULL}));
+    EXPECT_DOUBLE_EQ(f21, 0.012);
+    EXPECT_EQ(f24, 123);
+
+    // The short form lands its outputs on f1, f2, f4, f6, f7, f10 to f13, f16 and f25.
+    long f1 = 0, f4 = 0, f6 = 0, f13 = 0, f16 = 0, f25 = 0;
+    short f2 = 0;
+    char f7[4] = "   ";
+    double f10 = 0, f12 = 0;
+    ASSERT_EQ(GetPumpDeliveryPropertiesVFP(5, 2, &f1, &f2, &f4, &f6, f7, &f10, nullptr, &f12, &f13, &f16, &f25), 0);
+    EXPECT_EQ(std::vector<long>({f1, f2, f4, f6, f13, f16, f25}), std::vector<long>({100, 101, 103, 105, 112, 1000015, 124}));
+    EXPECT_STREQ(f7, "v6");
+    EXPECT_DOUBLE_EQ(f10, 0.0109);
+    EXPECT_DOUBLE_EQ(f12, 0.0111);
+    const FakeCall c = Last(IF_PUMP, 35);   // f3, f5, f17 and f26 are not wanted
+    EXPECT_EQ(std::vector<uint8_t>({c.Arg(3).tag, c.Arg(5).tag, c.Arg(17).tag, c.Arg(26).tag}), std::vector<uint8_t>(4, TAG_NULL));
+}
+
+using DeliveryApi = FamilyTest;
+
+TEST_F(DeliveryApi, S34FallsBackOnS38ThenS43) {
+    struct Case { long long s34, s38, s43, expected; };
+    for (const Case k : {Case{-1, 500, 7, 500}, Case{12, 500, 7, 12}, Case{-1, -1, 7, 7}, Case{-1, -1, -1, -1}}) {
+        server.On(IF_DELIVERY, 29, [k](const FakeCall&, FakeReply& r) {
+            r.LongLong(33, k.s34).LongLong(37, k.s38).LongLong(42, k.s43);
+        });
+        long long f21 = 0, s34 = 0;
+        ASSERT_EQ(Zeroed(GetDeliveryPropertiesExMT).Set<0>(9).Set<18>(&f21)(), 0);
+        ASSERT_EQ(Zeroed(GetDeliverySummaryMT).Set<0>(9).Set<31>(&s34)(), 0);
+        EXPECT_EQ(std::make_tuple(f21, s34), std::make_tuple(k.expected, k.expected)) << k.s34 << " " << k.s38;
+    }
+    const FakeCall c = Last(IF_DELIVERY, 29);   // S38 and S43 asked for into holders at -1
+    EXPECT_EQ(std::make_tuple(c.Arg(37).tag, c.Int(37), c.Int(42)), std::make_tuple(uint8_t(TAG_PLONGLONG), -1L, -1L));
+
+    // Ex2 and later return S38 themselves and leave S34 as it came.
+    server.On(IF_DELIVERY, 29, [](const FakeCall&, FakeReply& r) { r.LongLong(33, -1).LongLong(37, 500); });
+    long long s34 = 0, s38 = 0;
+    ASSERT_EQ(Zeroed(GetDeliverySummaryEx2MT).Set<0>(9).Set<34>(&s34).Set<38>(&s38)(), 0);
+    EXPECT_EQ(std::make_tuple(s34, s38), std::make_tuple(-1LL, 500LL));
+}
+
+TEST_F(DeliveryApi, PropertyFormsTakeTheirFieldsFromTheRightRecord) {
+    server.On(IF_DELIVERY, 29, MarkAll);
+    server.On(IF_DELIVERY, 19, MarkAll);
+    long f1 = 0, f9 = 0, f14 = 0;
+    short f2 = 0;
+    double f4 = 0, f18 = 0, f24 = 0;
+    long long f21 = 0;
+    ASSERT_EQ(Zeroed(GetDeliveryPropertiesExMT).Set<0>(9).Set<1>(&f1).Set<2>(&f2).Set<4>(&f4).Set<9>(&f9)
+                  .Set<14>(&f14).Set<15>(&f18).Set<18>(&f21)(), 0);
+    EXPECT_EQ(std::vector<long long>({f1, f2, f9, f14, f21}), std::vector<long long>({100, 114, 1000021, 1000026, 133}));
+    EXPECT_DOUBLE_EQ(f4, 0.0116);
+    EXPECT_DOUBLE_EQ(f18, 0.0130);
+    const FakeCall summary = Last(IF_DELIVERY, 29);   // S2 to S14 and S28 to S30 not wanted
+    EXPECT_EQ(Tags(summary, 1, 13), std::vector<uint8_t>(13, TAG_NULL));
+    EXPECT_EQ(Tags(summary, 27, 3), std::vector<uint8_t>(3, TAG_NULL));
+
+    // Ex3 does not ask for field 24; Ex4 does.
+    ASSERT_EQ(Zeroed(GetDeliveryPropertiesEx3MT).Set<0>(9)(), 0);
+    EXPECT_EQ(Last(IF_DELIVERY, 19).Arg(23).tag, TAG_NULL);
+    ASSERT_EQ(Zeroed(GetDeliveryPropertiesEx4MT).Set<0>(9).Set<24>(&f24)(), 0);
+    EXPECT_DOUBLE_EQ(f24, 0.0123);
+
+    // The short summary form lands its outputs on S1, S6, S15 to S26 and S35.
+    long s1 = 0, s22 = 0, s26 = 0, s35 = 0;
+    short s15 = 0;
+    char s6[4] = "   ";
+    double s17 = 0;
+    ASSERT_EQ(GetDeliverySummaryVFP(9, &s1, s6, &s15, nullptr, &s17, nullptr, nullptr, nullptr, nullptr, &s22,
+                                    nullptr, nullptr, nullptr, &s26, &s35), 0);
+    EXPECT_EQ(std::vector<long>({s1, s15, s22, s26, s35}), std::vector<long>({100, 114, 1000021, 125, 134}));
+    EXPECT_STREQ(s6, "v5");
+    EXPECT_DOUBLE_EQ(s17, 0.0116);
+}
+
+TEST_F(DeliveryApi, EachSessionLocksWithItsOwnClientNumber) {
+    CKVCLProcess* other = nullptr;
+    ASSERT_EQ(server.Logon(&other, 8, 1), 0);
+    EXPECT_EQ(LockDelivery(9), 0);
+    EXPECT_EQ(LockDeliveryMT(other, 9), 0);
+    ClientLogoffMT(&other);
+    const auto locks = server.CallsTo(IF_DELIVERY, 15);
+    ASSERT_EQ(locks.size(), 2u);
+    EXPECT_EQ(std::make_tuple(locks[0].Int(0), locks[1].Int(0)), std::make_tuple(int64_t(kClient), int64_t(8)));
 }
 
 }  // namespace

@@ -47,6 +47,11 @@ size_t Count(const std::string& text, const std::string& what) {
     return n;
 }
 
+using CKVCLProcessLogon = FakeServerTest;
+using CKVCLProcessReconnect = FakeServerTest;
+using CKVCLProcessCheckResult = FakeServerTest;
+using CKVCLProcessEvents = FakeServerTest;
+
 class TestEvent : public CEvent {
 public:
     explicit TestEvent(short type) : _type(type) {}
@@ -58,9 +63,7 @@ private:
 
 }  // namespace
 
-TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
     struct Case {
         short type;
         std::vector<std::string> trace;
@@ -122,9 +125,7 @@ TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
     EXPECT_EQ(ClientLogoffMT(&none), 8);
 }
 
-TEST(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
     server.QueueResults(IF_CLIENT, 13, std::vector<long>(9, 54));
     CKVCLProcess* s = nullptr;
     const auto start = std::chrono::steady_clock::now();
@@ -159,9 +160,7 @@ TEST(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
     EXPECT_EQ(s, nullptr);
 }
 
-TEST(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
     struct Case {
         const char* version;
         long result;
@@ -181,9 +180,7 @@ TEST(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
     EXPECT_NE(log.find("CheckVersions [2,6,0,0] <> [2,5,6,0]"), std::string::npos);
 }
 
-TEST(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 21, 3), 0);
     std::atomic<int> allStops{0};
@@ -243,9 +240,7 @@ TEST(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     EXPECT_EQ(ClientLogoffMT(&s), 8);
 }
 
-TEST(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 22, 1), 0);
 
@@ -273,9 +268,7 @@ TEST(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
     ClientLogoffMT(&s);
 }
 
-TEST(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 23, 2), 0);
 

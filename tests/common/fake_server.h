@@ -328,6 +328,13 @@ private:
     std::thread _thread;
 };
 
+// A test with a fake server of its own in a fresh working directory.
+class FakeServerTest : public ::testing::Test {
+protected:
+    CClientDir dir;
+    CFakeServer server{dir};
+};
+
 // A CFakeServer in a child process: nothing of it shares memory with the test. `setup`
 // scripts it in the child before it serves. What it received stays in the child; check
 // results on the client's side.

@@ -96,13 +96,8 @@ TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
     Site site(Fast());
     Session pos(site.sim, 75, 7);
     ASSERT_EQ(0, pos.result);
-    long pump = -1, tank = -1, hose = -1;
+    long pump = -1;
     ASSERT_EQ(0, GetPumpByNumberMT(pos, 1, &pump));
-    ASSERT_EQ(0, GetPumpHoseByNumberMT(pos, pump, 1, &hose));
-    ASSERT_EQ(0, GetHosePropertiesMT(pos, hose, nullptr, nullptr, nullptr, nullptr, nullptr, &tank));
-    double before = 0, after = 0;
-    ASSERT_EQ(0, GetTankStatusMT(pos, tank, nullptr, nullptr, nullptr, &before, nullptr, nullptr, nullptr, nullptr,
-                                 nullptr, nullptr));
 
     EXPECT_EQ(0, LoadPresetMT(pos, pump, PRESET_MONEY, 20.0, 0, 0));
     ASSERT_EQ("ok lift pump 1 Delivering", site.sim.Command("lift 1 1"));
@@ -159,9 +154,6 @@ TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)
     Record r = Delivery(pos, delivery);
     EXPECT_EQ(std::make_tuple(r.money, r.volume, r.presetType, r.presetValue),
               std::make_tuple(20.0, 13.7046, short{PRESET_MONEY}, 20.0));
-    ASSERT_EQ(0, GetTankStatusMT(pos, tank, nullptr, nullptr, nullptr, &after, nullptr, nullptr, nullptr, nullptr,
-                                 nullptr, nullptr));
-    EXPECT_NEAR(r.volume, before - after, 1e-9);
 
     // Locked and cleared: the clear is logged to the database with its type and client.
     EXPECT_EQ(0, LockDeliveryMT(pos, delivery));
@@ -284,18 +276,15 @@ TEST(TestConnection, ReconnectsUnderTheSameSessionAndKeepsTheQueue)
     EXPECT_LE(std::labs(when - static_cast<long>(time(nullptr))), 5);
     EXPECT_NE(std::string::npos, site.dir.ClientLog(65).find("Reconnected successfully"));
     long after = 0;
-    EXPECT_EQ(0, GetEventsCountMT(pos, &after));
-    EXPECT_EQ(queued, after);
+    EXPECT_EQ(Got(GetEventsCountMT(pos, &after), after), std::make_tuple(0, queued));
     short head = 0;
-    EXPECT_EQ(0, GetNextEventTypeMT(pos, &head));
-    EXPECT_EQ(4, head);
+    EXPECT_EQ(Got(GetNextEventTypeMT(pos, &head), head), std::make_tuple(0, 4));
 
     // Events flow again on the new connection, and the session is still one.
     EXPECT_EQ(0, FireClientEventMT(pos, 10, "after"));
     EXPECT_EQ(0, DiscardNextEventMT(pos));
     ASSERT_TRUE(pos.WaitFor(4));
     long clients = 0;
-    EXPECT_EQ(0, GetClientsCountMT(pos, &clients));
-    EXPECT_EQ(1, clients);
+    EXPECT_EQ(Got(GetClientsCountMT(pos, &clients), clients), std::make_tuple(0, 1));
     EXPECT_EQ(0, TestConnectionMT(pos));
 }

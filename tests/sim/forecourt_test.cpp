@@ -247,12 +247,9 @@ TEST(CForecourtDelivery, ListsFollowClearingAndAcknowledgements)
     EXPECT_EQ(std::make_tuple(3, 2, 2), std::make_tuple(count(&CDeliveriesIf::Count), count(&CDeliveriesIf::CountNotLogged),
                                                         count(&CDeliveriesIf::CountNotVolLogged)));
     long id = 0;
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinal(2, &id));
-    EXPECT_EQ(c.ID(), id);
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinalNotLogged(1, &id));
-    EXPECT_EQ(b.ID(), id);
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinalNotVolLogged(2, &id));
-    EXPECT_EQ(b.ID(), id);
+    EXPECT_EQ(Got(del.GetIDByOrdinal(2, &id), id), std::make_tuple(SR_OK, c.ID()));
+    EXPECT_EQ(Got(del.GetIDByOrdinalNotLogged(1, &id), id), std::make_tuple(SR_OK, b.ID()));
+    EXPECT_EQ(Got(del.GetIDByOrdinalNotVolLogged(2, &id), id), std::make_tuple(SR_OK, b.ID()));
     EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(4, &id));
     EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(0, &id));
 

@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "common/session.h"
 #include "rpc/net_fixture.h"
 #include "sim/serve_util.h"
 #include "sim/served.h"
@@ -22,6 +23,7 @@
 namespace simtest {
 
 using namespace sim;
+using kvtest::Got;
 
 inline const char* ForecourtIni() { return KV_SOURCE_DIR "/sim/forecourt.ini"; }
 

@@ -63,28 +63,27 @@ struct Pos {
         process.AddInterface(events);
         process.AddInterface(db);
     }
-    void Bind()
+    // Opens the sockets and binds the proxies to the call socket.
+    bool Open()
     {
+        if (!process.OpenSockets())
+            return false;
         for (CClientInterface* i : std::initializer_list<CClientInterface*>{&client, &pump, &port})
             i->SetSocket(process.CallSocket());
+        return true;
     }
     // The session's logon: sockets, Logon, CONNECT/EVENTS, session ID, registrations.
     long Logon(bool events = true, bool dbEvents = false)
     {
-        if (!process.OpenSockets())
+        if (!Open())
             return NOT_OPEN_RESULT;
-        Bind();
         const long r = client.Logon(id, CStr("POS Client"));
         if (r != 0)
             return r;
         process.ConnectSockets();
         EXPECT_EQ(0, client.GetSessionID(id, &session));
-        if (events) {
-            EXPECT_EQ(0, client.RegisterInterface(id, IF_EVENTS));
-        }
-        if (dbEvents) {
-            EXPECT_EQ(0, client.RegisterInterface(id, IF_DB));
-        }
+        EXPECT_EQ(0, events ? client.RegisterInterface(id, IF_EVENTS) : 0L);
+        EXPECT_EQ(0, dbEvents ? client.RegisterInterface(id, IF_DB) : 0L);
         return 0;
     }
     // Reads the events connection until cond holds.
