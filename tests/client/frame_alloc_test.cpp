@@ -7,10 +7,9 @@
 #include "common/fake_server.h"
 
 using namespace kvtest;
+using ApiFrameCallPath = FakeServerTest;
 
-TEST(ApiFrameCallPath, CallsWithoutStringsAllocateNothing) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(ApiFrameCallPath, CallsWithoutStringsAllocateNothing) {
     server.On(IF_CLIENT, 34, [](const FakeCall&, FakeReply& r) { r.Date(0, 133444736000000000ULL); });
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 61, 3), 0);

@@ -171,11 +171,8 @@ TEST(CStrCompare, CompareAndAt)
     EXPECT_EQ(unset.Compare(CStr("")), 0);
 
     CStr s("abcbc");
-    EXPECT_EQ(s.At(CStr("bc"), 1), 2);
-    EXPECT_EQ(s.At(CStr("bc"), 3), 4);
-    EXPECT_EQ(s.At(CStr("x"), 1), 0);
-    EXPECT_EQ(s.At(CStr("abcbc"), 1), 1);
-    EXPECT_EQ(s.At(CStr("abcbcx"), 1), 0);
+    for (const auto& [what, from, at] : {std::tuple{"bc", 1, 2}, {"bc", 3, 4}, {"x", 1, 0}, {"abcbc", 1, 1}, {"abcbcx", 1, 0}})
+        EXPECT_EQ(s.At(CStr(what), static_cast<short>(from)), at) << what << " " << from;
     EXPECT_EQ(s.At(CStr(), 3), 3);
     EXPECT_EQ(s.At(CStr(""), 7), 7);
     EXPECT_EQ(unset.At(CStr("a"), 1), 0);
@@ -184,10 +181,8 @@ TEST(CStrCompare, CompareAndAt)
 
 TEST(CStrEdit, MidTrimAndIndex)
 {
-    EXPECT_EQ(Narrow(CStr("hello").Mid(2, 100)), "ello");
-    EXPECT_EQ(Narrow(CStr("hello").Mid(0, 2)), "he");
-    EXPECT_EQ(Narrow(CStr("hello").Mid(3, -2)), "");
-    EXPECT_EQ(Narrow(CStr("hello").Mid(9, 2)), "");
+    for (const auto& [from, n, part] : {std::tuple{2, 100, "ello"}, {0, 2, "he"}, {3, -2, ""}, {9, 2, ""}})
+        EXPECT_EQ(Narrow(CStr("hello").Mid(static_cast<short>(from), static_cast<short>(n))), part) << from << " " << n;
     EXPECT_FALSE(CStr().Mid(1, 2).IsSet());
 
     EXPECT_EQ(Narrow(CStr("  a b  ").LTrim()), "a b  ");
@@ -214,9 +209,9 @@ TEST(CStrEdit, ReplicatePadAndHex)
     r.Replicate(-4, L'*');
     EXPECT_EQ(r.Length(), 0);
 
-    EXPECT_EQ(Narrow(CStr("42").LeftPad(5, L'0')), "00042");
-    EXPECT_EQ(Narrow(CStr("42").Pad(5, L'.')), "42...");
-    EXPECT_EQ(Narrow(CStr("12345").LeftPad(3, L'0')), "12345");
+    EXPECT_EQ(std::make_tuple(Narrow(CStr("42").LeftPad(5, L'0')), Narrow(CStr("42").Pad(5, L'.')),
+                              Narrow(CStr("12345").LeftPad(3, L'0'))),
+              std::make_tuple("00042", "42...", "12345"));
     // Growth loses the old text: only pad characters remain.
     CStr grown("abc");
     ASSERT_EQ(grown.Capacity(), 32);
