@@ -68,12 +68,8 @@ TEST_F(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
         short type;
         std::vector<std::string> trace;
     };
-    const Case cases[] = {
-        {1, {"13", "37", "40", "23"}},
-        {3, {"13", "EVENTS", "37", "16", "40", "23"}},
-        {5, {"13", "37", "40", "23"}},
-        {7, {"13", "EVENTS", "37", "16", "16", "40", "23"}},
-    };
+    const Case cases[] = {{1, {"13", "37", "40", "23"}}, {3, {"13", "EVENTS", "37", "16", "40", "23"}},
+                          {5, {"13", "37", "40", "23"}}, {7, {"13", "EVENTS", "37", "16", "16", "40", "23"}}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
         const long id = 10 + c.type;
@@ -81,10 +77,8 @@ TEST_F(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
         CKVCLProcess* s = nullptr;
         ASSERT_EQ(server.Logon(&s, id, c.type), 0);
         ASSERT_NE(s, nullptr);
-        EXPECT_TRUE(s->GoodConnection());
-        EXPECT_EQ(s->SessionID(), CFakeServer::kSessionID);
-        EXPECT_EQ(s->ClientEventType(), 3143);
-        EXPECT_EQ(s->Pump() != nullptr, (c.type & 1) != 0);
+        EXPECT_EQ(std::make_tuple(s->GoodConnection(), s->SessionID(), s->ClientEventType(), s->Pump() != nullptr),
+                  std::make_tuple(true, CFakeServer::kSessionID, 3143L, (c.type & 1) != 0));
 
         std::vector<long> connects;
         EXPECT_EQ(CallPortTrace(server.Entries(), &connects), c.trace);
@@ -195,12 +189,9 @@ TEST_F(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     ASSERT_EQ(stops.size(), 2u);
     EXPECT_EQ(stops[0].Bytes(), stops[1].Bytes());
     const auto resumes = server.CallsTo(IF_CLIENT, 36);
-    ASSERT_EQ(resumes.size(), 1u);
-    EXPECT_EQ(resumes[0].Object(), 21);
-    EXPECT_EQ(resumes[0].h.sequence, 1);   // a new client proxy
-    ASSERT_EQ(resumes[0].args.size(), 1u);
-    EXPECT_EQ(resumes[0].args[0].tag, TAG_LONGLONG);
-    EXPECT_EQ(static_cast<uint64_t>(resumes[0].Int(0)), CFakeServer::kSessionID);
+    ASSERT_EQ(resumes.size(), 1u);   // numbered 1: a new client proxy
+    EXPECT_EQ(std::make_tuple(resumes[0].Object(), int(resumes[0].h.sequence), resumes[0].data),
+              std::make_tuple(21, 1, Wire().X(static_cast<int64_t>(CFakeServer::kSessionID)).End()));
     EXPECT_TRUE(s->GoodConnection());
     EXPECT_NE(dir.ClientLog(21).find("Client 21 Reconnected successfully, tries 1 Session ID 81985529216486895"),
               std::string::npos);
@@ -208,8 +199,7 @@ TEST_F(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     // The object proxies were bound to the new call socket.
     long pumps = 0;
     server.On(IF_PUMP, 5, [](const FakeCall&, FakeReply& r) { r.Long(0, 12); });
-    EXPECT_EQ(s->Pump()->Count(&pumps), 0);
-    EXPECT_EQ(pumps, 12);
+    EXPECT_EQ(Got(s->Pump()->Count(&pumps), pumps), std::make_tuple(0, 12));
 
     // The events socket alone drops: TestConnection reads it, fails, and reconnects.
     server.Clear();
@@ -226,15 +216,12 @@ TEST_F(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     allStops = 0;
     server.Clear();
     EXPECT_EQ(AllStopMT(s), 8);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 2u);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 14).size(), 1u);
+    EXPECT_EQ(std::make_pair(server.CallsTo(IF_CLIENT, 36).size(), server.CallsTo(IF_CLIENT, 14).size()),
+              std::make_pair(size_t{2}, size_t{1}));
     const std::string log = dir.ClientLog(21);
     EXPECT_NE(log.find("Reconnect() SOCKETS_INUSE_RESULT"), std::string::npos);
     EXPECT_NE(log.find("Reconnect() error -7"), std::string::npos);
-    EXPECT_FALSE(s->GoodConnection());
-    EXPECT_EQ(s->SessionID(), CKVCLProcess::kNoSession);
-    EXPECT_EQ(s->Client(), nullptr);
-    EXPECT_EQ(s->Pump(), nullptr);
+    EXPECT_TRUE(!s->GoodConnection() && s->SessionID() == CKVCLProcess::kNoSession && !s->Client() && !s->Pump());
     EXPECT_EQ(AllStopMT(s), -14);
     EXPECT_EQ(s->Reconnect(), 8);
     EXPECT_EQ(ClientLogoffMT(&s), 8);

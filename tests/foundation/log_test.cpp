@@ -81,14 +81,11 @@ TEST(CLog, StampsTimeLinesAndLevels)
     const std::vector<std::string> l = Lines(base + ".L00");
     ASSERT_EQ(l.size(), 9u);
     EXPECT_TRUE(Ends(l[0], " ***START <Trace>")) << l[0];
-    EXPECT_TRUE(Matches(l[1], " *[0-9]+ms one")) << l[1];
-    EXPECT_TRUE(Matches(l[2], "[^ ].* \\*\\*\\*\\*TIME <Trace>")) << l[2];
-    EXPECT_TRUE(Matches(l[3], " *[0-9]+ms two 2"));
-    EXPECT_TRUE(Matches(l[4], " *[0-9]+ms three"));
-    EXPECT_TRUE(Matches(l[5], " *[0-9]+ms four"));
-    EXPECT_TRUE(Matches(l[6], " *[0-9]+ms level one"));
-    EXPECT_TRUE(Matches(l[7], " *[0-9]+ms level three"));
-    EXPECT_TRUE(Matches(l[8], "[^ ].* \\*\\*\\*ERROR line 42 in <pump.cpp> bad state")) << l[8];
+    const char* const stamped[] = {" *[0-9]+ms one", "[^ ].* \\*\\*\\*\\*TIME <Trace>", " *[0-9]+ms two 2",
+                                   " *[0-9]+ms three", " *[0-9]+ms four", " *[0-9]+ms level one",
+                                   " *[0-9]+ms level three", "[^ ].* \\*\\*\\*ERROR line 42 in <pump.cpp> bad state"};
+    for (size_t i = 0; i < std::size(stamped); ++i)
+        EXPECT_TRUE(Matches(l[i + 1], stamped[i])) << l[i + 1];
 
     // No title: no TIME line. Then the other stamp modes.
     const std::string plain = dir / "plain";
@@ -122,12 +119,9 @@ TEST(CLog, AlarmRecordsUseBothTagTables)
     ASSERT_EQ(l.size(), 6u);  // no title: no START line
     for (std::string& line : l)
         line.erase(0, line.find(',') + 1);  // the date has no comma in the default locale
-    EXPECT_EQ(l[0], "PUMP,STOP,    12,   -34,\"pump 7\"");
-    EXPECT_EQ(l[1], "KVID,INIT,000ABC,     1,\"id\"");
-    EXPECT_EQ(l[2], "PUMP,*UNK,     0,     0,\"odd type\"");
-    EXPECT_EQ(l[3], "*UNK,*UNK,     0,     0,\"x\"");
-    EXPECT_EQ(l[4], "*UNK,RSET,     0,     0,\"y\"");
-    EXPECT_EQ(l[5], "POS ,MEM ,     0,     0,\"z\"");
+    EXPECT_EQ(l, (std::vector<std::string>{"PUMP,STOP,    12,   -34,\"pump 7\"", "KVID,INIT,000ABC,     1,\"id\"",
+                                          "PUMP,*UNK,     0,     0,\"odd type\"", "*UNK,*UNK,     0,     0,\"x\"",
+                                          "*UNK,RSET,     0,     0,\"y\"", "POS ,MEM ,     0,     0,\"z\""}));
 }
 
 TEST(CLog, MessageDumps)
