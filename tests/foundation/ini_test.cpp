@@ -37,8 +37,7 @@ TEST(CINIFile, MissingFileIsCreatedOnlyWhenWritable)
     CStr v("old");
     EXPECT_EQ(ro.GetStr("name", v), 0);
     EXPECT_TRUE(v.IsSet() && v.Length() == 0);
-    EXPECT_EQ(ro.PutValue("name", CStr("x")), 0);
-    EXPECT_EQ(ro.GetSectionName(1, v), 0);
+    EXPECT_EQ(std::make_pair(ro.PutValue("name", CStr("x")), ro.GetSectionName(1, v)), std::make_pair(0, 0));
     EXPECT_FALSE(std::filesystem::exists(path));
 
     CINIFile rw(path.c_str(), "Server", true);
@@ -65,12 +64,10 @@ TEST(CINIFile, LookupRules)
               "File=b\n"
               "Level=3");
     CINIFile ini(path.c_str(), "server", false);
-    EXPECT_EQ(Get(ini, "Port"), "5150");
-    EXPECT_EQ(Get(ini, "callport"), "1001");
-    EXPECT_EQ(Get(ini, "Quoted"), "a b ");
-    EXPECT_EQ(Get(ini, "One"), "\"");
-    EXPECT_EQ(Get(ini, "Odd"), "");         // no '=' behind the key
-    EXPECT_EQ(Get(ini, "FileName"), "");    // belongs to the next section
+    // Odd has no '=' behind the key; FileName belongs to the next section.
+    for (const auto& [key, value] : {std::pair{"Port", "5150"}, {"callport", "1001"}, {"Quoted", "a b "}, {"One", "\""},
+                                     {"Odd", ""}, {"FileName", ""}})
+        EXPECT_EQ(Get(ini, key), value) << key;
     EXPECT_TRUE(ini.HasKey("CALLPORT"));
 
     ini.SetSection("LOG");                  // '[Log]extra' is the Log section
@@ -120,8 +117,7 @@ TEST(CINIFile, PutValueEditsInPlace)
     ini.SetSection("B");
     ini.PutValue("q", CStr("\"quoted\""));
     ini.PutValue("q1", CStr("\""));
-    EXPECT_EQ(Get(ini, "q"), "quoted");
-    EXPECT_EQ(Get(ini, "q1"), "\"");
+    EXPECT_EQ(std::make_pair(Get(ini, "q"), Get(ini, "q1")), std::make_pair(std::string("quoted"), std::string("\"")));
 
     // A value longer than one read piece is replaced as a whole line.
     ini.SetSection("A");
@@ -171,16 +167,12 @@ TEST(CINIFile, SequentialWritingAndSectionEnumeration)
         std::fstream f(path, std::ios::in | std::ios::out | std::ios::binary);
         f << "xxxx\n";
     }
-    EXPECT_EQ(ini.GetSectionName(2, name), 1);
-    EXPECT_STREQ(static_cast<char*>(name), "Two");
-    EXPECT_EQ(ini.GetNextSectionName(name), 1);
-    EXPECT_STREQ(static_cast<char*>(name), "Three");
+    auto section = [&](int found) { return std::make_pair(found, std::string(static_cast<char*>(name))); };
+    EXPECT_EQ(section(ini.GetSectionName(2, name)), std::make_pair(1, std::string("Two")));
+    EXPECT_EQ(section(ini.GetNextSectionName(name)), std::make_pair(1, std::string("Three")));
+    EXPECT_EQ(section(ini.GetNextSectionName(name)), std::make_pair(0, std::string("")));
     EXPECT_EQ(ini.GetNextSectionName(name), 0);
-    EXPECT_EQ(name.Length(), 0);
-    EXPECT_EQ(ini.GetNextSectionName(name), 0);
-    // A lower index counts from the start again.
-    EXPECT_EQ(ini.GetSectionName(1, name), 1);
-    EXPECT_STREQ(static_cast<char*>(name), "Two");
+    EXPECT_EQ(section(ini.GetSectionName(1, name)), std::make_pair(1, std::string("Two")));   // from the start again
 }
 
 // Random edits: never a crash or an overrun, and plain values always read back exactly.

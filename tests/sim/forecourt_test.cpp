@@ -250,32 +250,24 @@ TEST(CForecourtDelivery, ListsFollowClearingAndAcknowledgements)
     EXPECT_EQ(Got(del.GetIDByOrdinal(2, &id), id), std::make_tuple(SR_OK, c.ID()));
     EXPECT_EQ(Got(del.GetIDByOrdinalNotLogged(1, &id), id), std::make_tuple(SR_OK, b.ID()));
     EXPECT_EQ(Got(del.GetIDByOrdinalNotVolLogged(2, &id), id), std::make_tuple(SR_OK, b.ID()));
-    EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(4, &id));
-    EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(0, &id));
+    EXPECT_EQ(std::make_tuple(del.GetIDByOrdinal(4, &id), del.GetIDByOrdinal(0, &id)),
+              std::make_tuple(SR_NOT_FOUND, SR_NOT_FOUND));
 
-    // The filter: pump 1's deliveries, then only those not yet logged, then a date range
-    // that ends before anything finished.
-    const long any = -1;
-    long n = 0;
-    const CDate none;
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, a.pumpId, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, -1,
-                                       -1, any, any, -1, any, any, -1, none, none));
-    EXPECT_EQ(2, n);
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, a.pumpId, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, 0,
-                                       -1, any, any, -1, any, any, -1, none, none));
-    EXPECT_EQ(1, n);
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinalFiletered(1, &id, a.pumpId, any, any, any, any, any, any, any, any, any, any,
-                                                 -1, -1, -1, 0, -1, any, any, -1, any, any, -1, none, none));
+    // The filter by pump, logged flag, state and clearing client, and finish date.
+    auto filtered = [&](long pump, long state, long clearedBy, short logged, const CDate& to) {
+        long n = -1;
+        const long any = -1;
+        EXPECT_EQ(SR_OK, del.CountFiltered(&n, pump, any, any, any, state, any, any, any, any, clearedBy, any, -1, -1,
+                                           -1, logged, -1, any, any, -1, any, any, -1, CDate(), to));
+        return n;
+    };
+    EXPECT_EQ(std::make_tuple(filtered(a.pumpId, -1, -1, -1, CDate()), filtered(a.pumpId, -1, -1, 0, CDate()),
+                              filtered(-1, DS_CLEARED, 11, -1, CDate()), filtered(-1, -1, -1, -1, CDate(86400L))),
+              std::make_tuple(2, 1, 1, 0));
+    EXPECT_EQ(SR_OK, del.GetIDByOrdinalFiletered(1, &id, a.pumpId, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0,
+                                                 -1, -1, -1, -1, -1, -1, -1, CDate(), CDate()));
     EXPECT_EQ(c.ID(), id);
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, any, any, any, any, DS_CLEARED, any, any, any, any, 11, any, -1, -1, -1, -1,
-                                       -1, any, any, -1, any, any, -1, none, none));
-    EXPECT_EQ(1, n);
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, any, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, -1, -1,
-                                       any, any, -1, any, any, -1, none, CDate(86400L)));
-    EXPECT_EQ(0, n);
 
     // Only cleared deliveries may be deleted.
-    CSimDelivery* gone = &b;
-    EXPECT_TRUE(gone->CanDelete());
-    EXPECT_FALSE(a.CanDelete());
+    EXPECT_TRUE(b.CanDelete() && !a.CanDelete());
 }
