@@ -221,32 +221,24 @@ TEST_F(ApiClientType, EventMaskSurvivesClientLogonButNotClientLogonEx) {
     }
     ASSERT_EQ(ClientLogon(31, 1, nullptr, nullptr, 0), 0);
     long mask = 0;
-    EXPECT_EQ(GetClientType(&mask), 0);
-    EXPECT_EQ(mask, 3143);
+    EXPECT_EQ(Got(GetClientType(&mask), mask), std::make_tuple(0, 3143));
     EXPECT_EQ(SetClientType(5), 0);
-    EXPECT_EQ(SetClientType(0x10000000), 0);
-    EXPECT_EQ(GetClientType(&mask), 0);
-    EXPECT_EQ(mask, 5);
+    EXPECT_EQ(SetClientType(0x10000000), 0);   // sent, not kept
+    EXPECT_EQ(Got(GetClientType(&mask), mask), std::make_tuple(0, 5));
     EXPECT_EQ(server.CallsTo(IF_CLIENT, 40).back().Int(0), 0x10000000);
 
     // A second ClientLogon replaces the session and carries the mask over to the server.
     server.Clear();
     ASSERT_EQ(ClientLogon(31, 1, nullptr, nullptr, 0), 0);
-    EXPECT_EQ(GetClientType(&mask), 0);
-    EXPECT_EQ(mask, 5);
+    EXPECT_EQ(Got(GetClientType(&mask), mask), std::make_tuple(0, 5));
     ASSERT_EQ(server.CallsTo(IF_CLIENT, 40).size(), 1u);
     EXPECT_EQ(server.CallsTo(IF_CLIENT, 40)[0].Int(0), 5);
     EXPECT_EQ(server.CallsTo(IF_CLIENT, 14).size(), 1u);   // the old session logged off
-    EXPECT_NE(dir.ClientLog(31).find("Client 31 logging on with type 01"), std::string::npos);
 
     ASSERT_EQ(ClientLogonEx(31, 1, "127.0.0.1", server.CallPort(), server.EventsPort(), 2000, nullptr, nullptr, 0), 0);
-    EXPECT_EQ(GetClientType(&mask), 0);
-    EXPECT_EQ(mask, 3143);
-    char version[30];
-    std::memset(version, ' ', 29);
-    version[29] = 0;
-    EXPECT_EQ(ServerVersion(version), 0);
-    EXPECT_STREQ(version, "KVServer Version 2,5,6,0");
+    EXPECT_EQ(Got(GetClientType(&mask), mask), std::make_tuple(0, 3143));
+    char version[30] = "                             ";
+    EXPECT_EQ(Got(ServerVersion(version), version), std::make_tuple(0, "KVServer Version 2,5,6,0"));
     EXPECT_EQ(ClientLogoff(), 0);
     EXPECT_EQ(pGCLProcess, nullptr);
     EXPECT_EQ(ClientLogoff(), 8);
@@ -268,8 +260,7 @@ TEST_F(ApiLog, LogAndLogPathWithAndWithoutSession) {
     EXPECT_EQ(SetLogPath(other.c_str()), 0);
     EXPECT_EQ(Log("moved"), 0);
     EXPECT_NE(ReadFile(other + "/KVClient032.L00").find("moved"), std::string::npos);
-    EXPECT_EQ(pGCLProcess->Trace()->MaxSize(), 1450000);
-    EXPECT_EQ(pGCLProcess->Trace()->Archives(), 10);
+    EXPECT_TRUE(pGCLProcess->Trace()->MaxSize() == 1450000 && pGCLProcess->Trace()->Archives() == 10);
     EXPECT_EQ(ClientLogoff(), 0);
     EXPECT_EQ(SetLogPathMT(nullptr, path.c_str()), 8);
     EXPECT_STREQ(static_cast<char*>(*pLogPath), path.c_str());

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <set>
 
 #include "client/session.h"
@@ -233,10 +234,7 @@ TEST_F(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
 
     // Through a call: the server's result as the caller sees it, with the log lines.
     server.QueueResults(IF_CLIENT, 19, {-10, -13, -7, 54});
-    EXPECT_EQ(AllStopMT(s), -23);
-    EXPECT_EQ(AllStopMT(s), -14);
-    EXPECT_EQ(AllStopMT(s), -7);
-    EXPECT_EQ(AllStopMT(s), 54);
+    for (long want : {-23, -14, -7, 54}) EXPECT_EQ(AllStopMT(s), want);
     const std::string log = dir.ClientLog(22);
     EXPECT_NE(log.find("INTERNAL_SERVER_ERROR occurred, actual error -10, logged off."), std::string::npos);
     EXPECT_NE(log.find("CONNECTION_BROKEN occurred, actual error -13, logged off."), std::string::npos);
@@ -267,12 +265,9 @@ TEST_F(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
     s->QueueEvent(new TestEvent(1));
     s->QueueEvent(new TestEvent(24));
     EXPECT_EQ(queue(), std::make_pair(3L, short{3}));
-    EXPECT_EQ(GetEventsCountMT(s, nullptr), 0);
-    EXPECT_EQ(GetNextEventTypeMT(s, nullptr), 0);
-    CEvent* head = s->GetEvent();
-    ASSERT_NE(head, nullptr);
-    EXPECT_EQ(head->Type(), 3);
-    delete head;
+    EXPECT_EQ(GetEventsCountMT(s, nullptr) | GetNextEventTypeMT(s, nullptr), 0);
+    std::unique_ptr<CEvent> head(s->GetEvent());
+    ASSERT_TRUE(head && head->Type() == 3);
     EXPECT_EQ(DiscardNextEventMT(s), 0);
     EXPECT_EQ(s->PeekEvent()->Type(), 24);
     s->QueueEvent(new TestEvent(5));
@@ -283,16 +278,12 @@ TEST_F(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
 
     // The event type mask: stored when 1 .. 0x0FFFFFFF, sent in every case.
     server.Clear();
-    EXPECT_EQ(s->SetClientEventType(23, 0x10000000), 0);
-    EXPECT_EQ(s->ClientEventType(), 3143);
-    EXPECT_EQ(s->SetClientEventType(23, 0x0FFFFFFF), 0);
-    EXPECT_EQ(s->ClientEventType(), 0x0FFFFFFF);
-    EXPECT_EQ(s->SetClientEventType(23, 0), 0);
-    EXPECT_EQ(s->ClientEventType(), 0x0FFFFFFF);
-    const auto sent = server.CallsTo(IF_CLIENT, 40);
-    ASSERT_EQ(sent.size(), 3u);
-    EXPECT_EQ(sent[0].Int(0), 0x10000000);
-    EXPECT_EQ(sent[2].Int(0), 0);
+    for (const auto& [mask, kept] : {std::pair{0x10000000L, 3143L}, {0x0FFFFFFFL, 0x0FFFFFFFL}, {0L, 0x0FFFFFFFL}}) {
+        EXPECT_EQ(s->SetClientEventType(23, mask), 0);
+        const auto sent = server.CallsTo(IF_CLIENT, 40);
+        ASSERT_FALSE(sent.empty());
+        EXPECT_EQ(std::make_pair(sent.back().Int(0), s->ClientEventType()), std::make_pair(int64_t{mask}, kept));
+    }
     const std::string log = dir.ClientLog(23);
     EXPECT_NE(log.find("SetClientEventType 0FFFFFFF"), std::string::npos);
     EXPECT_EQ(log.find("SetClientEventType 10000000"), std::string::npos);

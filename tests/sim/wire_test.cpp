@@ -15,8 +15,7 @@ TEST(CSimServerWire, LogonSessionsAndSiteCalls)
     EXPECT_EQ(SERVER_BUSY_RESULT, a.client.Logon(11, CStr("POS Client")));
     ASSERT_EQ(0, a.Logon());
     ASSERT_EQ(0, b.Logon());
-    EXPECT_NE(a.session, b.session);
-    EXPECT_NE(-1, a.session);
+    EXPECT_TRUE(a.session != b.session && a.session != -1);
     long n = 0;
     EXPECT_EQ(kvtest::Got(a.client.Count(&n), n), std::make_tuple(0L, 2L));
     CStr text;
@@ -80,14 +79,12 @@ TEST(CSimServerWire, EventsFollowRegistrationAndMask)
     // Pump events only, in the full form, and the client event.
     EXPECT_GE(pumps.events->Count(27), 2);
     EXPECT_EQ(pumps.events->Count(27) + 1, static_cast<int>(pumps.events->calls.size()));
-    EXPECT_TRUE(pumps.events->Has(16, 23));
-    EXPECT_TRUE(pumps.db->calls.empty());
+    EXPECT_TRUE(pumps.events->Has(16, 23) && pumps.db->calls.empty());
     // Delivery events only, in the older form, plus the database calls of a sale.
-    EXPECT_EQ(2, deliveries.events->Count(14));   // started, completed
-    EXPECT_EQ(2u, deliveries.events->calls.size());
-    EXPECT_EQ(1, deliveries.db->Count(13));       // log delivery
-    EXPECT_EQ(1, deliveries.db->Count(17));       // hose totals
-    EXPECT_TRUE(deliveries.db->Has(21, 401));     // tank 1's status
+    // Delivery started and completed; log delivery, hose totals and tank 1's status.
+    EXPECT_EQ(std::make_tuple(deliveries.events->Count(14), deliveries.events->calls.size(), deliveries.db->Count(13),
+                              deliveries.db->Count(17), deliveries.db->Has(21, 401)),
+              std::make_tuple(2, 2u, 1, 1, true));
     // Registered for nothing: nothing.
     EXPECT_TRUE(silent.events->calls.empty());
 
