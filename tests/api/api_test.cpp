@@ -77,10 +77,8 @@ TEST_F(ApiFrame, EveryFamilyChecksSessionConnectionAndClientType) {
         g_text[10] = 0;
         EXPECT_EQ(r.plain(), 8) << r.name;
     }
-    EXPECT_EQ(CheckForManagementFtn(), 8);
-    EXPECT_EQ(CheckForManagementFtnMT(nullptr), 8);
-    EXPECT_EQ(LogMT(nullptr, "x"), 8);
-    EXPECT_EQ(ClientLogoff(), 8);
+    EXPECT_EQ(std::make_tuple(CheckForManagementFtn(), CheckForManagementFtnMT(nullptr), LogMT(nullptr, "x"), ClientLogoff()),
+              std::make_tuple(8, 8, 8, 8));
 
     Session lost(server, 41, 3), events(server, 42, 2), calls(server, 43, 1);
     ASSERT_EQ(std::make_tuple(lost.result, events.result, calls.result), std::make_tuple(0L, 0L, 0L));
@@ -97,11 +95,9 @@ TEST_F(ApiFrame, EveryFamilyChecksSessionConnectionAndClientType) {
     // and WDReset sent.
     std::map<long, std::vector<int>> sent;
     for (const FakeCall& c : server.CallsTo(IF_CLIENT)) sent[c.Object()].push_back(c.h.function);
-    EXPECT_EQ(sent[41], (std::vector<int>{46, 47}));
-    EXPECT_EQ(sent[42], (std::vector<int>{46, 47, 24, 15}));
+    EXPECT_EQ(std::make_pair(sent[41], sent[42]), std::make_pair(std::vector<int>{46, 47}, std::vector<int>{46, 47, 24, 15}));
     EXPECT_EQ(CheckForManagementFtnMT(&lost.s), -14);
-    EXPECT_EQ(LogMT(lost.s, "x"), -14);
-    EXPECT_EQ(CheckForManagementFtnMT(&calls.s), 0);
+    EXPECT_EQ(std::make_pair(LogMT(lost.s, "x"), CheckForManagementFtnMT(&calls.s)), std::make_pair(-14L, 0L));
     lost.s->SetConnected(true);
 
     // And through: the client number as the object, the generic count on the class.

@@ -1,5 +1,6 @@
 // CKVCLProcess against a scripted server: the logon handshake, busy retries, the version
-// check, reconnection under the session ID, result mapping and the event queue.
+// check, reconnection under the session ID, result mapping, the event queue, and an
+// exported call path that allocates nothing once a session is up.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,6 +8,7 @@
 #include <set>
 
 #include "client/session.h"
+#include "common/alloc_count.h"
 #include "common/fake_server.h"
 #include "proxies/IClient.h"
 #include "proxies/IPump.h"
@@ -52,6 +54,7 @@ using CKVCLProcessLogon = FakeServerTest;
 using CKVCLProcessReconnect = FakeServerTest;
 using CKVCLProcessCheckResult = FakeServerTest;
 using CKVCLProcessEvents = FakeServerTest;
+using ApiFrameCallPath = FakeServerTest;
 
 class TestEvent : public CEvent {
 public:
@@ -144,8 +147,7 @@ TEST_F(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
     server.QueueResults(IF_CLIENT, 16, {-3});
     server.Clear();
     EXPECT_EQ(server.Logon(&s, 4, 7), -3);
-    EXPECT_EQ(s, nullptr);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 14).size(), 1u);
+    EXPECT_TRUE(s == nullptr && server.CallsTo(IF_CLIENT, 14).size() == 1u);
     const std::string failures = dir.ClientLog(4);
     EXPECT_NE(failures.find("Logon() GetSessionID Logoff"), std::string::npos);
     EXPECT_NE(failures.find("Logon() RegisterInterface EVENTS_OBJECT Logoff"), std::string::npos);
@@ -156,18 +158,14 @@ TEST_F(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
 }
 
 TEST_F(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
-    struct Case {
-        const char* version;
-        long result;
-    };
-    const Case cases[] = {{"KVServer Version 2,5,5,9", 56}, {"KVServer Version 2,5,6,0", 0}, {"KVServer Version 2,6,0,0", 0}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.version);
-        server.SetVersion(c.version);
-        server.Clear();
+    const std::pair<const char*, long> cases[] = {
+        {"KVServer Version 2,5,5,9", 56}, {"KVServer Version 2,5,6,0", 0}, {"KVServer Version 2,6,0,0", 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.first);
+        server.On(IF_CLIENT, 23, [&c](const FakeCall&, FakeReply& r) { r.Str(0, c.first); });
         CKVCLProcess* s = nullptr;
-        EXPECT_EQ(server.Logon(&s, 5, 1), c.result);
-        EXPECT_EQ(s != nullptr, c.result == 0);
+        EXPECT_EQ(server.Logon(&s, 5, 1), c.second);
+        EXPECT_EQ(s != nullptr, c.second == 0);
         if (s) ClientLogoffMT(&s);
     }
     const std::string log = dir.ClientLog(5);
@@ -290,5 +288,29 @@ TEST_F(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
 
     s->PortManagement(nullptr, CALL_PORT, 7, 3);
     EXPECT_NE(dir.ClientLog(23).find("Socket event 7, client 23, socket 3"), std::string::npos);
+    ClientLogoffMT(&s);
+}
+
+// Holders and converted values live on the stack. (Functions that take strings convert
+// them into CStr and are left out.)
+TEST_F(ApiFrameCallPath, CallsWithoutStringsAllocateNothing) {
+    server.On(IF_CLIENT, 34, [](const FakeCall&, FakeReply& r) { r.Date(0, 133444736000000000ULL); });
+    CKVCLProcess* s = nullptr;
+    ASSERT_EQ(server.Logon(&s, 61, 3), 0);
+    auto calls = [s] {
+        short a = 0, b = 0, c = 0, d = 0, e = 0;
+        long l = 0, mask = 0, count = 0, when = 0;
+        double value = 0;
+        long r = AllStopMT(s) | SetNextDeliveryIDMT(s, 4) | GetClientTypeMT(s, &mask) | SetDateTimeMT(s, 1700000000) |
+                 GetDateTimeMT(s, &when) | SetPriceSignElementMT(s, 1, 2, 3, 4, 1.5, 6, 7, 8) |
+                 GetPriceSignElementMT(s, 1, &a, &l, &b, &value, &c, &d, &e) | ClientStatusMT(s, &a, &b) |
+                 GetEventsCountMT(s, &count) | ProcessEventsMT(s) | WDResetMT(s);
+        EXPECT_EQ(r, 0);
+        EXPECT_EQ(when, 1700000000);
+    };
+    calls();   // warm-up
+    const long before = tAllocations;
+    for (int i = 0; i < 20; ++i) calls();
+    EXPECT_EQ(tAllocations - before, 0);
     ClientLogoffMT(&s);
 }

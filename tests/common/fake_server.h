@@ -2,8 +2,8 @@
 // own (CForkedFakeServer: by a child process, sharing no memory with the test). It decodes
 // every request generically and replies with each by-reference value echoed, unless a hook
 // (On) or a queued result (QueueResults) says otherwise; a hook may also drop the client.
-// GetSessionID answers kSessionID, GetVersion the text of SetVersion. Calls and management
-// messages are recorded in the order handled.
+// GetSessionID answers kSessionID, GetVersion kVersion. Calls and management messages are
+// recorded in the order handled.
 #pragma once
 #include <gtest/gtest.h>
 
@@ -126,6 +126,7 @@ inline bool EncodeArg(const FakeArg& a, TIMsg& m) {
 class CFakeServer : public CServerProcess {
 public:
     static constexpr uint64_t kSessionID = 0x0123456789ABCDEFULL;
+    static constexpr const char* kVersion = "KVServer Version 2,5,6,0";
 
     // Serves from a thread of its own unless `threaded` is false (the owner then runs
     // Serve() itself).
@@ -137,7 +138,7 @@ public:
                                           IF_SENSOR, IF_PRODUCT, IF_SALEITEM};
         for (uint16_t t : kTypes) AddInterface(new CFakeInterface(this, t));
         On(IF_CLIENT, 37, [](const FakeCall&, FakeReply& r) { r.LongLong(0, static_cast<long long>(kSessionID)); });
-        On(IF_CLIENT, 23, [this](const FakeCall&, FakeReply& r) { r.Str(0, Version()); });
+        On(IF_CLIENT, 23, [](const FakeCall&, FakeReply& r) { r.Str(0, kVersion); });
         if (threaded) _thread = std::thread([this] { Serve([this] { return _stop.load(); }); });
     }
     ~CFakeServer() override {
@@ -157,10 +158,6 @@ public:
         std::lock_guard<std::mutex> lock(_mutex);
         auto& q = _queued[Key(type, function)];
         q.insert(q.end(), results.begin(), results.end());
-    }
-    void SetVersion(const std::string& v) {
-        std::lock_guard<std::mutex> lock(_mutex);
-        _version = v;
     }
 
     // ---- what was received (any thread) ----
@@ -247,11 +244,6 @@ private:
 
     static uint32_t Key(uint16_t type, uint8_t function) { return static_cast<uint32_t>(type) << 8 | function; }
 
-    std::string Version() {
-        std::lock_guard<std::mutex> lock(_mutex);
-        return _version;
-    }
-
     void Record(bool management, TPort port, uint8_t code, long arg, const FakeCall* call) {
         FakeEntry e;
         e.management = management;
@@ -318,7 +310,6 @@ private:
     mutable std::mutex _mutex;
     std::map<uint32_t, FakeHook> _hooks;
     std::map<uint32_t, std::deque<long>> _queued;
-    std::string _version = "KVServer Version 2,5,6,0";
     std::vector<FakeEntry> _entries;
     std::deque<std::function<void(CFakeServer&)>> _jobs;
     size_t _jobsQueued = 0;

@@ -55,8 +55,7 @@ TEST(PrepayAuthorise, WholePrepaySaleEndsWithItsRefund)
 {
     Site site(Fast());
     Session pos(site.sim, 71, 7), other(site.sim, 72, 3);
-    ASSERT_EQ(0, pos.result);
-    ASSERT_EQ(0, other.result);
+    ASSERT_EQ(std::make_tuple(pos.result, other.result), std::make_tuple(0L, 0L));
     long pump = -1;
     ASSERT_EQ(0, GetPumpByNumberMT(pos, 3, &pump));
 
@@ -172,8 +171,7 @@ TEST(LockDelivery, TwoPosClientsRaceForOneDelivery)
 {
     Site site(Fast());
     Session a(site.sim, 73, 3), b(site.sim, 74, 3);
-    ASSERT_EQ(0, a.result);
-    ASSERT_EQ(0, b.result);
+    ASSERT_EQ(std::make_tuple(a.result, b.result), std::make_tuple(0L, 0L));
     ASSERT_EQ("ok lift pump 7 Delivering", site.sim.Command("lift 7 1"));   // pump 7 authorises itself
     usleep(100000);
     ASSERT_EQ("ok hang pump 7 Idle", site.sim.Command("hang 7"));
@@ -196,12 +194,8 @@ TEST(LockDelivery, TwoPosClientsRaceForOneDelivery)
     }
     EXPECT_EQ(0, LockAndClearDeliveryMT(b, id, CLEAR_CASH));
     EXPECT_EQ(SR_CLEARED, LockDeliveryMT(a, id));
-    long lockOwner = -1, clearedBy = -1;
-    EXPECT_EQ(0, GetDeliveryPropertiesEx4MT(a, id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                            nullptr, nullptr, nullptr, nullptr, &lockOwner, nullptr, nullptr, nullptr,
-                                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                            &clearedBy, nullptr));
-    EXPECT_EQ(std::make_tuple(lockOwner, clearedBy), std::make_tuple(74L, 74L));
+    const Record r = Delivery(a, id);
+    EXPECT_EQ(std::make_tuple(r.lock, r.clearedBy), std::make_tuple(74L, 74L));
 }
 
 TEST(ExportedFamilies, EachAnswersAgainstTheSimulator)
@@ -265,8 +259,7 @@ TEST(TestConnection, ReconnectsUnderTheSameSessionAndKeepsTheQueue)
     ASSERT_EQ(0, pos.result);
     EXPECT_EQ(0, FireClientEventMT(pos, 9, "kept"));
     ASSERT_TRUE(pos.WaitFor(4));
-    long queued = 0;
-    EXPECT_EQ(0, GetEventsCountMT(pos, &queued));
+    const long queued = kvtest::EventCount(pos);
 
     // kvsim closes both sockets; the next call fails, reconnects and is sent again.
     ASSERT_EQ("ok dropped client 65", site.sim.Command("drop 65"));
@@ -275,10 +268,7 @@ TEST(TestConnection, ReconnectsUnderTheSameSessionAndKeepsTheQueue)
     EXPECT_EQ(0, GetDateTimeMT(pos, &when));
     EXPECT_LE(std::labs(when - static_cast<long>(time(nullptr))), 5);
     EXPECT_NE(std::string::npos, site.dir.ClientLog(65).find("Reconnected successfully"));
-    long after = 0;
-    EXPECT_EQ(Got(GetEventsCountMT(pos, &after), after), std::make_tuple(0, queued));
-    short head = 0;
-    EXPECT_EQ(Got(GetNextEventTypeMT(pos, &head), head), std::make_tuple(0, 4));
+    EXPECT_EQ(std::make_pair(kvtest::EventCount(pos), kvtest::HeadType(pos)), std::make_pair(queued, short{4}));
 
     // Events flow again on the new connection, and the session is still one.
     EXPECT_EQ(0, FireClientEventMT(pos, 10, "after"));

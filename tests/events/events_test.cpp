@@ -229,7 +229,6 @@ void ExpectPop(long (*pop)(CKVCLProcess*, P*...), CKVCLProcess* s, Fields<N...>,
     }(std::index_sequence_for<P...>());
 }
 
-
 // A session of client 7 of type 7 (calls, events and database events) on a fake server.
 struct CIEvents : FakeServerTest {
     static constexpr long kClient = 7;
@@ -288,7 +287,7 @@ TEST_F(CIEvents, EveryCallQueuesItsRecordAndEveryPopReturnsItsFields)
             ASSERT_TRUE(ProcessUntil(c.s, 1));                                         \
             EXPECT_EQ(HeadType(c.s), Code);                                            \
             ExpectPop(Pop, c.s, __VA_ARGS__(), want.get(), OK_RESULT, nulls);          \
-            EXPECT_EQ(EventCount(c.s), 0);                                                  \
+            EXPECT_EQ(EventCount(c.s), 0);                                             \
         }                                                                              \
     }
     KV_POP_ROWS(KV_CHECK_ROW)

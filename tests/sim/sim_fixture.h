@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -33,12 +34,9 @@ inline Raw RawOf(double v) { return CCur::FromDouble(v).Value(); }
 class CRecorder : public CSimSink {
 public:
     void Emit(const CSimEvent& e) override { events.push_back(e); }
-    int Count(TSimEvent k) const
+    long Count(TSimEvent k) const
     {
-        int n = 0;
-        for (const CSimEvent& e : events)
-            n += e.kind == k;
-        return n;
+        return std::count_if(events.begin(), events.end(), [k](const CSimEvent& e) { return e.kind == k; });
     }
     // The states a pump went through, in the order of its pump events.
     std::vector<long> States(long pumpId) const
@@ -139,12 +137,7 @@ struct LiveServer {
         settings = s;
         settings.ini = ForecourtIni();
         settings.workDir = dir.Path();
-        if (settings.callPort < 0)
-            settings.callPort = 0;
-        if (settings.eventsPort < 0)
-            settings.eventsPort = 0;
-        if (settings.controlPort < 0)
-            settings.controlPort = 0;
+        settings.callPort = settings.eventsPort = settings.controlPort = 0;   // free ports
         server = std::make_unique<CSimServer>(settings, dir / "kvsim");
         std::string error;
         EXPECT_TRUE(server->Start(&error)) << error;

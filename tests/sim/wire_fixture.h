@@ -27,10 +27,7 @@ public:
     }
     int Count(int function) const
     {
-        int n = 0;
-        for (const auto& c : calls)
-            n += c.first == function;
-        return n;
+        return static_cast<int>(std::count_if(calls.begin(), calls.end(), [&](const auto& c) { return c.first == function; }));
     }
     bool Has(int function, long first) const
     {
