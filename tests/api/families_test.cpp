@@ -175,8 +175,8 @@ TEST_F(FamilyTest, EachPairSendsItsRequest)
 
 TEST_F(FamilyTest, FrameCodesAndTheIdGuardComeBeforeAnyTraffic)
 {
-    CKVCLProcess* events = nullptr;
-    ASSERT_EQ(server.Logon(&events, kClient + 2, 2), 0);
+    Session events(server, kClient + 2, 2);
+    ASSERT_EQ(events.result, 0);
     server.Clear();
     EXPECT_EQ(std::make_tuple(Authorise(-1), PrepayReserve(-1), Zeroed(GetPumpStatusMT).Set<0>(-1)(), LockDelivery(-1),
                               AckDeliveryDBLog(-1), SetTankProperties(-1, 1, "T", 2, 1.0, 1.0, 3, 4), AckLogEvent(-1)),
@@ -194,7 +194,6 @@ TEST_F(FamilyTest, FrameCodesAndTheIdGuardComeBeforeAnyTraffic)
     EXPECT_EQ(server.CallCount(), 0u);
     EXPECT_EQ(TerminateDelivery(-1), 0);   // no ID guard: the server answers for -1
     EXPECT_EQ(Last(IF_PUMP, 33).Object(), -1);
-    ClientLogoffMT(&events);
     ClientLogoff();
     for (const Request& row : Rows())
         EXPECT_EQ(row.plain(), 8) << row.name;   // no library session
@@ -309,11 +308,10 @@ TEST_F(DeliveryApi, PropertyFormsTakeTheirFieldsFromTheRightRecord) {
 }
 
 TEST_F(DeliveryApi, EachSessionLocksWithItsOwnClientNumber) {
-    CKVCLProcess* other = nullptr;
-    ASSERT_EQ(server.Logon(&other, 8, 1), 0);
+    Session other(server, 8, 1);
+    ASSERT_EQ(other.result, 0);
     EXPECT_EQ(LockDelivery(9), 0);
     EXPECT_EQ(LockDeliveryMT(other, 9), 0);
-    ClientLogoffMT(&other);
     const auto locks = server.CallsTo(IF_DELIVERY, 15);
     ASSERT_EQ(locks.size(), 2u);
     EXPECT_EQ(std::make_tuple(locks[0].Int(0), locks[1].Int(0)), std::make_tuple(int64_t(kClient), int64_t(8)));

@@ -109,8 +109,7 @@ TEST_F(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
         EXPECT_NE(log.find("CheckVersions [2,5,6,0] <> [2,5,6,0]"), std::string::npos);
 
         server.Clear();
-        EXPECT_EQ(ClientLogoffMT(&s), 0);
-        EXPECT_EQ(s, nullptr);
+        EXPECT_EQ(Got(ClientLogoffMT(&s), s), std::make_tuple(0, nullptr));
         const auto logoffs = server.CallsTo(IF_CLIENT, 14);
         ASSERT_EQ(logoffs.size(), 1u);
         EXPECT_EQ(logoffs[0].Object(), id);
@@ -136,8 +135,7 @@ TEST_F(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
 
     // Any other refusal ends the logon at once, and no session remains.
     server.QueueResults(IF_CLIENT, 13, {-7});
-    EXPECT_EQ(server.Logon(&s, 4, 1), -7);
-    EXPECT_EQ(s, nullptr);
+    EXPECT_EQ(Got(server.Logon(&s, 4, 1), s), std::make_tuple(-7, nullptr));
     EXPECT_NE(dir.ClientLog(4).find("Logon result -7, try 0."), std::string::npos);
 
     // Failures after the logon call log off (on the server too once the session ID is
@@ -153,8 +151,7 @@ TEST_F(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
     EXPECT_NE(failures.find("Logon() RegisterInterface EVENTS_OBJECT Logoff"), std::string::npos);
 
     // A server that cannot be reached: -19.
-    EXPECT_EQ(ClientLogonExMT(&s, 4, 1, "127.0.0.1", 1, 1, 500, nullptr, nullptr, 0), -19);
-    EXPECT_EQ(s, nullptr);
+    EXPECT_EQ(Got(ClientLogonExMT(&s, 4, 1, "127.0.0.1", 1, 1, 500, nullptr, nullptr, 0), s), std::make_tuple(-19, nullptr));
 }
 
 TEST_F(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {

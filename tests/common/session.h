@@ -9,6 +9,7 @@
 #include <string>
 #include <tuple>
 
+#include "foundation/str.h"
 #include "kvclient.h"
 #include "rpc/net_fixture.h"
 
@@ -35,6 +36,9 @@ template <size_t N>
 std::tuple<long, std::string> Got(long result, const char (&text)[N]) {
     return {result, std::string(text, strnlen(text, N))};
 }
+inline std::tuple<long, std::string> Got(long result, const CStr& text) {
+    return {result, static_cast<char*>(text)};
+}
 
 inline long EventCount(CKVCLProcess* s) {
     long n = -1;
@@ -56,9 +60,7 @@ struct Session {
     Session(const Server& server, long id, short type, long timeout = 3000)
         : result(ClientLogonExMT(&s, id, type, "127.0.0.1", server.CallPort(), server.EventsPort(), timeout, nullptr,
                                  nullptr, 0)) {}
-    ~Session() {
-        if (s) ClientLogoffMT(&s);
-    }
+    ~Session() { ClientLogoffMT(&s); }   // 8 when there is none
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     operator CKVCLProcess*() const { return s; }
@@ -69,9 +71,7 @@ struct Session {
         return WaitUntil([&] {
             short head = 0;
             while (GetNextEventTypeMT(s, &head) == 0 && head != 0 && head != type) DiscardNextEventMT(s);
-            if (head == type) return true;
-            ProcessEventsMT(s);
-            return false;
+            return head == type || (ProcessEventsMT(s), false);
         }, ms);
     }
 };

@@ -206,11 +206,7 @@ TEST(ExportedFamilies, EachAnswersAgainstTheSimulator)
     ASSERT_EQ("ok card read 1201", site.sim.Command("tag 2 7001001234"));
     ASSERT_EQ("ok alarm", site.sim.Command("alarm 1 2 1 High level"));
     char text[24];
-    auto blank = [&] {
-        std::memset(text, ' ', sizeof text - 1);
-        text[sizeof text - 1] = 0;
-        return text;
-    };
+    auto blank = [&] { return std::strcpy(text, "                       "); };   // 23 blanks
     long n = -1, l = -1;
     short a1 = -1, a2 = -1;
     double d = 0;

@@ -20,7 +20,6 @@
 
 namespace kvtest {
 namespace {
-constexpr uint32_t kClassObject = 0xFFFFFFFFu;
 constexpr long kEmptyDateOut = -921101622;   // the long form of "no date"
 
 // Field numbers: Upto<3> is 1, 2, 3; Range<11, 13> is 11, 12, 13; Cat joins two lists.
@@ -81,7 +80,7 @@ struct Push {
     uint16_t type;
     uint8_t function;
     bool oneWay = true;
-    uint32_t object = kClassObject;
+    uint32_t object = 0xFFFFFFFFu;   // the class
 
     template <class R>
     long Send(CFakeServer& server, long clientId, const R* record, std::size_t sent = R::kFields) const

@@ -98,8 +98,7 @@ TEST(CCurConvert, DoubleRoundsHalfAwayFromZeroInExtendedPrecision)
     for (double x : {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300, std::numeric_limits<double>::infinity()})
         EXPECT_EQ(Cur(x).Value(), INT64_MIN) << x;
 
-    EXPECT_EQ(CurToDouble(CCur::FromRaw(12346)), 1.2346);
-    EXPECT_EQ(CCur::FromRaw(-5).ToDouble(), -0.0005);
+    EXPECT_EQ(std::make_pair(CurToDouble(CCur::FromRaw(12346)), CCur::FromRaw(-5).ToDouble()), std::make_pair(1.2346, -0.0005));
 }
 
 TEST(CCurRounding, RoundTruncateAdjustAndFormat)

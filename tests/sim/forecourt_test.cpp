@@ -22,7 +22,8 @@ TEST(CForecourtPump, StateMachineFromLiftOrFromAuthorisation)
     m.fc.Advance(1000);
     EXPECT_EQ(SR_OK, m.fc.Hang(p));
     EXPECT_EQ((std::vector<long>{PS_CALLING, PS_DELIVERING, PS_STOPPED, PS_DELIVERING, PS_IDLE}), m.sink.States(id));
-    EXPECT_EQ(std::make_tuple(RawOf(1.2), long{DS_COMPLETED}), std::make_tuple(m.Last(p).volume, m.Last(p).state));   // 2 s at 0.6 l/s
+    // Two seconds at 0.6 l/s.
+    EXPECT_EQ(std::make_tuple(RawOf(1.2), long{DS_COMPLETED}), std::make_tuple(m.Last(p).volume, m.Last(p).state));
 
     // Authorise first: the lift of a hose the authorisation excludes only calls.
     m.sink.Clear();
@@ -60,7 +61,8 @@ TEST(CForecourtPump, AmountsFollowThePriceLevelAndPresetsStopExactly)
     Model m;
     // 6 l of Unleaded 95 at level 1 (1.459): 8.754 rounds to 8.75.
     CSimDelivery& d = m.Sale(1, 10000);
-    EXPECT_EQ(std::make_tuple(RawOf(6), RawOf(1.459), RawOf(8.75), 1), std::make_tuple(d.volume, d.price, d.money, d.priceLevel));
+    EXPECT_EQ(std::make_tuple(RawOf(6), RawOf(1.459), RawOf(8.75), 1),
+              std::make_tuple(d.volume, d.price, d.money, d.priceLevel));
     // Pump 5 sells at level 2 by default; a preset may ask for level 1 instead.
     EXPECT_EQ(RawOf(1.419), m.Sale(5, 1000).price);
     CSimPump& p5 = m.Pump(5);

@@ -20,32 +20,29 @@ TEST(CSimServerWire, LogonSessionsAndSiteCalls)
     ASSERT_TRUE(a.Open());
     EXPECT_EQ(SERVER_BUSY_RESULT, a.client.Logon(11, CStr("POS Client")));
     EXPECT_EQ(SERVER_BUSY_RESULT, a.client.Logon(11, CStr("POS Client")));
-    ASSERT_EQ(0, a.Logon());
-    ASSERT_EQ(0, b.Logon());
+    ASSERT_EQ(std::make_tuple(a.Logon(), b.Logon()), std::make_tuple(0L, 0L));
     EXPECT_TRUE(a.session != b.session && a.session != -1);
     long n = 0;
-    EXPECT_EQ(kvtest::Got(a.client.Count(&n), n), std::make_tuple(0L, 2L));
+    EXPECT_EQ(Got(a.client.Count(&n), n), std::make_tuple(0L, 2L));
     CStr text;
 
     // INI values live in the simulator's own copy; names that leave it are refused.
     EXPECT_EQ(0, a.client.SetIniValue(11, CStr("Site"), CStr("Name"), CStr("Test station")));
-    EXPECT_EQ(0, b.client.GetIniValue(12, CStr("Site"), CStr("Name"), &text));
-    EXPECT_STREQ("Test station", static_cast<char*>(text));
-    EXPECT_EQ(0, b.client.GetIniValueEx(12, CStr("KVServer.ini"), CStr("Grade1"), CStr("ShortName"), &text));
-    EXPECT_STREQ("U95", static_cast<char*>(text));
+    EXPECT_EQ(Got(b.client.GetIniValue(12, CStr("Site"), CStr("Name"), &text), text), std::make_tuple(0, "Test station"));
+    EXPECT_EQ(Got(b.client.GetIniValueEx(12, CStr("KVServer.ini"), CStr("Grade1"), CStr("ShortName"), &text), text),
+              std::make_tuple(0, "U95"));
     EXPECT_EQ(SR_NOT_FOUND, b.client.GetIniValue(12, CStr("Site"), CStr("Nothing"), &text));
     EXPECT_EQ(SR_BAD_VALUE, b.client.GetIniValueEx(12, CStr("../forecourt.ini"), CStr("Server"), CStr("x"), &text));
     EXPECT_EQ(SR_BAD_VALUE, b.client.SetIniValue(12, CStr("A]"), CStr("k"), CStr("v")));
 
     CStr states, hoses, unpaid;
-    EXPECT_EQ(0, a.client.GetAllPumpStatuses(11, &states, &hoses, &unpaid));
-    EXPECT_STREQ("11111111", static_cast<char*>(states));
+    EXPECT_EQ(Got(a.client.GetAllPumpStatuses(11, &states, &hoses, &unpaid), states), std::make_tuple(0, "11111111"));
     short type = 0, status = -1;
     long cardClient = 0, account = 0;
     EXPECT_EQ(0, a.client.FindCard(11, CStr("7001001234567"), &type, &status, &cardClient, &text, &account));
     EXPECT_EQ(std::make_tuple(cardClient, status, std::string(static_cast<char*>(text))),
               std::make_tuple(701L, short{0}, std::string("Fleet One")));
-    EXPECT_EQ(kvtest::Got(a.client.FindCard(11, CStr("7009991"), &type, &status, &cardClient, &text, &account), status),
+    EXPECT_EQ(Got(a.client.FindCard(11, CStr("7009991"), &type, &status, &cardClient, &text, &account), status),
               std::make_tuple(0L, short{1}));   // blocked
     EXPECT_EQ(SR_NOT_FOUND, a.client.FindCard(11, CStr("4111"), &type, &status, &cardClient, &text, &account));
     long grade = 0;
@@ -57,7 +54,7 @@ TEST(CSimServerWire, LogonSessionsAndSiteCalls)
 
     // After a logoff the session is gone: its calls answer -7.
     EXPECT_EQ(0, b.client.Logoff(12));
-    EXPECT_EQ(kvtest::Got(a.client.Count(&n), n), std::make_tuple(0L, 1L));
+    EXPECT_EQ(Got(a.client.Count(&n), n), std::make_tuple(0L, 1L));
     EXPECT_EQ(NO_OBJECT_RESULT, b.client.GetSessionID(12, &b.session));
 }
 
@@ -107,8 +104,7 @@ TEST(CSimServerWire, ReconnectAfterADropAndTheFlagSkipReply)
 {
     LiveServer s;
     Pos a(s, 31), b(s, 32);
-    ASSERT_EQ(0, a.Logon());
-    ASSERT_EQ(0, b.Logon());
+    ASSERT_EQ(std::make_tuple(a.Logon(), b.Logon()), std::make_tuple(0L, 0L));
 
     // kvsim drops a's sockets; the session waits. New sockets resume it by its ID.
     ASSERT_EQ("ok dropped client 31", s.Command("drop 31"));
@@ -118,7 +114,7 @@ TEST(CSimServerWire, ReconnectAfterADropAndTheFlagSkipReply)
     EXPECT_EQ(0, again.client.Reconnect(31, a.session));
     again.process.ConnectSockets();
     long long session = 0;
-    EXPECT_EQ(kvtest::Got(again.client.GetSessionID(31, &session), session), std::make_tuple(0L, a.session));
+    EXPECT_EQ(Got(again.client.GetSessionID(31, &session), session), std::make_tuple(0L, a.session));
 
     // While the old sockets still look alive the answer is 60; they are closed, and the
     // next try succeeds.
@@ -138,7 +134,7 @@ TEST(CSimServerWire, ReconnectAfterADropAndTheFlagSkipReply)
     EXPECT_EQ(0, b.port.GetZBConfig(503, &pan, &channels, &high, &low));
     EXPECT_EQ(std::make_tuple(pan, channels), std::make_tuple(0x1A2BLL, 2048L));
     long n = 0;
-    EXPECT_EQ(kvtest::Got(b.client.Count(&n), n), std::make_tuple(0L, 2L));
+    EXPECT_EQ(Got(b.client.Count(&n), n), std::make_tuple(0L, 2L));
 }
 
 TEST(CSimServerControl, CommandsAnswerOkOrErrorAndLongLinesEndTheConnection)
@@ -175,11 +171,11 @@ TEST(CSimServerWire, GenericCreateLookupAndDelete)
     EXPECT_EQ(EXISTS_RESULT, grades.New(9, 309, CStr("again")));
     EXPECT_EQ(0, grades.Set(309, 9, CStr("Autogas"), CStr("LPG"), 801, Money(0.899), Money(0.879)));
     long id = 0, count = 0;
-    EXPECT_EQ(kvtest::Got(grades.Count(&count), count), std::make_tuple(0L, 5L));
-    EXPECT_EQ(kvtest::Got(grades.GetIDByName(CStr("autogas"), &id), id), std::make_tuple(0L, 309L));   // without case
-    EXPECT_EQ(kvtest::Got(grades.GetIDByOrdinal(5, &id), id), std::make_tuple(0L, 309L));
+    EXPECT_EQ(Got(grades.Count(&count), count), std::make_tuple(0L, 5L));
+    EXPECT_EQ(Got(grades.GetIDByName(CStr("autogas"), &id), id), std::make_tuple(0L, 309L));   // without case
+    EXPECT_EQ(Got(grades.GetIDByOrdinal(5, &id), id), std::make_tuple(0L, 309L));
     CCur price;
-    EXPECT_EQ(kvtest::Got(grades.GetPrice(309, 2, &price), price), std::make_tuple(0L, Money(0.879)));
+    EXPECT_EQ(Got(grades.GetPrice(309, 2, &price), price), std::make_tuple(0L, Money(0.879)));
     EXPECT_EQ(SR_BAD_VALUE, grades.SetPrice(309, 1, Money(-1)));
     EXPECT_EQ(0, grades.Delete(309, false));
     EXPECT_EQ(NOT_FOUND_RESULT, grades.GetIDByNumber(9, &id));
@@ -189,7 +185,7 @@ TEST(CSimServerWire, GenericCreateLookupAndDelete)
     ASSERT_EQ("ok lift pump 8 Delivering", s.Command("lift 8 1"));
     EXPECT_EQ(CANNOT_DELETE_RESULT, a.pump.Delete(108, false));
     EXPECT_EQ(0, a.pump.Delete(106, false));
-    EXPECT_EQ(kvtest::Got(a.pump.Count(&count), count), std::make_tuple(0L, 7L));
+    EXPECT_EQ(Got(a.pump.Count(&count), count), std::make_tuple(0L, 7L));
     EXPECT_EQ("ok hang pump 8 Idle", s.Command("hang 8"));
 }
 
@@ -197,8 +193,7 @@ TEST(CSimServerWire, AClientThatStopsReadingItsEventsIsDropped)
 {
     LiveServer s;
     Pos reader(s, 14), staller(s, 15);
-    ASSERT_EQ(0, reader.Logon());
-    ASSERT_EQ(0, staller.Logon());
+    ASSERT_EQ(std::make_tuple(reader.Logon(), staller.Logon()), std::make_tuple(0L, 0L));
     // Every FireEvents queues eight pump events for the staller, which never reads them:
     // once its connection holds no more, kvsim gives up on it.
     long r = 0;
@@ -208,7 +203,7 @@ TEST(CSimServerWire, AClientThatStopsReadingItsEventsIsDropped)
     EXPECT_NE(std::string::npos, kvtest::LogText(*s.server).find("Client 15 dropped: events not delivered"));
     // The session stays for a reconnect; the other client is served as before.
     long n = 0;
-    EXPECT_EQ(kvtest::Got(reader.client.Count(&n), n), std::make_tuple(0L, 2L));
+    EXPECT_EQ(Got(reader.client.Count(&n), n), std::make_tuple(0L, 2L));
     EXPECT_EQ(0, reader.client.FireEvents(14));
     EXPECT_TRUE(reader.Until([&] { return reader.events->Count(27) >= 8; }));
 }
