@@ -1,11 +1,14 @@
 // CKVCLProcess against a scripted server: the logon handshake, busy retries, the version
-// check, reconnection under the session ID, result mapping and the event queue.
+// check, reconnection under the session ID, result mapping, the event queue, and an
+// exported call path that allocates nothing once a session is up.
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <set>
 
 #include "client/session.h"
+#include "common/alloc_count.h"
 #include "common/fake_server.h"
 #include "proxies/IClient.h"
 #include "proxies/IPump.h"
@@ -16,45 +19,14 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-void Put32(Bytes& b, uint32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(v >> (8 * i)));
-}
-
-// A request header as the client proxy builds it.
-Bytes Header(uint8_t function, long client, uint16_t sequence, uint32_t object, uint16_t length) {
-    Bytes b = {1, 0, 0, function};
-    Put32(b, static_cast<uint32_t>(client));
-    Put32(b, 0);
-    b.push_back(static_cast<uint8_t>(sequence));
-    b.push_back(static_cast<uint8_t>(sequence >> 8));
-    b.push_back(IF_CLIENT);
-    b.push_back(0);
-    Put32(b, object);
-    b.push_back(0);
-    b.push_back(0);
-    b.push_back(static_cast<uint8_t>(length));
-    b.push_back(static_cast<uint8_t>(length >> 8));
-    return b;
-}
-
+// A request of the client interface as the client proxy builds it, header and data.
 Bytes Request(uint8_t function, long client, uint16_t sequence, uint32_t object, const Bytes& data) {
-    Bytes b = Header(function, client, sequence, object, static_cast<uint16_t>(data.size()));
-    b.insert(b.end(), data.begin(), data.end());
-    return b;
-}
-
-Bytes LogonData(long client) {
-    Bytes d = {TAG_LONG};
-    Put32(d, static_cast<uint32_t>(client));
-    d.push_back(TAG_STR);
-    d.push_back(10);
-    d.push_back(0);
-    for (char c : std::string("POS Client")) {
-        d.push_back(static_cast<uint8_t>(c));
-        d.push_back(0);
-    }
-    d.push_back(TAG_END);
-    return d;
+    FakeCall c;
+    c.h = Header(function, 0, static_cast<uint32_t>(client), 0, IF_CLIENT, static_cast<uint16_t>(data.size()));
+    c.h.sequence = sequence;
+    c.h.object = object;
+    c.data = data;
+    return c.Bytes();
 }
 
 // What the server handled on the call port, as "13" for a call and "EVENTS" for the
@@ -78,6 +50,12 @@ size_t Count(const std::string& text, const std::string& what) {
     return n;
 }
 
+using CKVCLProcessLogon = FakeServerTest;
+using CKVCLProcessReconnect = FakeServerTest;
+using CKVCLProcessCheckResult = FakeServerTest;
+using CKVCLProcessEvents = FakeServerTest;
+using ApiFrameCallPath = FakeServerTest;
+
 class TestEvent : public CEvent {
 public:
     explicit TestEvent(short type) : _type(type) {}
@@ -89,19 +67,13 @@ private:
 
 }  // namespace
 
-TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
     struct Case {
         short type;
         std::vector<std::string> trace;
     };
-    const Case cases[] = {
-        {1, {"13", "37", "40", "23"}},
-        {3, {"13", "EVENTS", "37", "16", "40", "23"}},
-        {5, {"13", "37", "40", "23"}},
-        {7, {"13", "EVENTS", "37", "16", "16", "40", "23"}},
-    };
+    const Case cases[] = {{1, {"13", "37", "40", "23"}}, {3, {"13", "EVENTS", "37", "16", "40", "23"}},
+                          {5, {"13", "37", "40", "23"}}, {7, {"13", "EVENTS", "37", "16", "16", "40", "23"}}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
         const long id = 10 + c.type;
@@ -109,10 +81,8 @@ TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
         CKVCLProcess* s = nullptr;
         ASSERT_EQ(server.Logon(&s, id, c.type), 0);
         ASSERT_NE(s, nullptr);
-        EXPECT_TRUE(s->GoodConnection());
-        EXPECT_EQ(s->SessionID(), CFakeServer::kSessionID);
-        EXPECT_EQ(s->ClientEventType(), 3143);
-        EXPECT_EQ(s->Pump() != nullptr, (c.type & 1) != 0);
+        EXPECT_EQ(std::make_tuple(s->GoodConnection(), s->SessionID(), s->ClientEventType(), s->Pump() != nullptr),
+                  std::make_tuple(true, CFakeServer::kSessionID, 3143L, (c.type & 1) != 0));
 
         std::vector<long> connects;
         EXPECT_EQ(CallPortTrace(server.Entries(), &connects), c.trace);
@@ -122,12 +92,12 @@ TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
         const auto calls = server.CallsTo(IF_CLIENT);
         std::vector<Bytes> expected;
         uint16_t seq = 0;
-        expected.push_back(Request(13, id, ++seq, 0xFFFFFFFF, LogonData(id)));
-        expected.push_back(Request(37, id, ++seq, id, {TAG_PLONGLONG, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, TAG_END}));
-        if (c.type & 2) expected.push_back(Request(16, id, ++seq, id, {TAG_SHORT, 2, 0, TAG_END}));
-        if ((c.type & 6) == 6) expected.push_back(Request(16, id, ++seq, id, {TAG_SHORT, 1, 0, TAG_END}));
-        expected.push_back(Request(40, id, ++seq, id, {TAG_LONG, 0x47, 0x0C, 0, 0, TAG_END}));
-        expected.push_back(Request(23, id, ++seq, 0xFFFFFFFF, {TAG_PSTR, 0, 0, TAG_END}));
+        expected.push_back(Request(13, id, ++seq, 0xFFFFFFFF, Wire().L(id).Str("POS Client").End()));
+        expected.push_back(Request(37, id, ++seq, id, Wire().PX(-1).End()));
+        if (c.type & 2) expected.push_back(Request(16, id, ++seq, id, Wire().S(2).End()));
+        if ((c.type & 6) == 6) expected.push_back(Request(16, id, ++seq, id, Wire().S(1).End()));
+        expected.push_back(Request(40, id, ++seq, id, Wire().L(0x0C47).End()));
+        expected.push_back(Request(23, id, ++seq, 0xFFFFFFFF, Wire().Str("", TAG_PSTR).End()));
         ASSERT_EQ(calls.size(), expected.size());
         for (size_t i = 0; i < calls.size(); ++i) EXPECT_EQ(calls[i].Bytes(), expected[i]) << "request " << i;
 
@@ -139,8 +109,7 @@ TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
         EXPECT_NE(log.find("CheckVersions [2,5,6,0] <> [2,5,6,0]"), std::string::npos);
 
         server.Clear();
-        EXPECT_EQ(ClientLogoffMT(&s), 0);
-        EXPECT_EQ(s, nullptr);
+        EXPECT_EQ(Got(ClientLogoffMT(&s), s), std::make_tuple(0, nullptr));
         const auto logoffs = server.CallsTo(IF_CLIENT, 14);
         ASSERT_EQ(logoffs.size(), 1u);
         EXPECT_EQ(logoffs[0].Object(), id);
@@ -153,9 +122,7 @@ TEST(CKVCLProcessLogon, HandshakeOfEachClientTypeByteByByte) {
     EXPECT_EQ(ClientLogoffMT(&none), 8);
 }
 
-TEST(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
     server.QueueResults(IF_CLIENT, 13, std::vector<long>(9, 54));
     CKVCLProcess* s = nullptr;
     const auto start = std::chrono::steady_clock::now();
@@ -168,8 +135,7 @@ TEST(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
 
     // Any other refusal ends the logon at once, and no session remains.
     server.QueueResults(IF_CLIENT, 13, {-7});
-    EXPECT_EQ(server.Logon(&s, 4, 1), -7);
-    EXPECT_EQ(s, nullptr);
+    EXPECT_EQ(Got(server.Logon(&s, 4, 1), s), std::make_tuple(-7, nullptr));
     EXPECT_NE(dir.ClientLog(4).find("Logon result -7, try 0."), std::string::npos);
 
     // Failures after the logon call log off (on the server too once the session ID is
@@ -179,32 +145,24 @@ TEST(CKVCLProcessLogon, BusyServerIsAskedAgainAndOtherFailuresEndTheLogon) {
     server.QueueResults(IF_CLIENT, 16, {-3});
     server.Clear();
     EXPECT_EQ(server.Logon(&s, 4, 7), -3);
-    EXPECT_EQ(s, nullptr);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 14).size(), 1u);
+    EXPECT_TRUE(s == nullptr && server.CallsTo(IF_CLIENT, 14).size() == 1u);
     const std::string failures = dir.ClientLog(4);
     EXPECT_NE(failures.find("Logon() GetSessionID Logoff"), std::string::npos);
     EXPECT_NE(failures.find("Logon() RegisterInterface EVENTS_OBJECT Logoff"), std::string::npos);
 
     // A server that cannot be reached: -19.
-    EXPECT_EQ(ClientLogonExMT(&s, 4, 1, "127.0.0.1", 1, 1, 500, nullptr, nullptr, 0), -19);
-    EXPECT_EQ(s, nullptr);
+    EXPECT_EQ(Got(ClientLogonExMT(&s, 4, 1, "127.0.0.1", 1, 1, 500, nullptr, nullptr, 0), s), std::make_tuple(-19, nullptr));
 }
 
-TEST(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
-    CClientDir dir;
-    CFakeServer server(dir);
-    struct Case {
-        const char* version;
-        long result;
-    };
-    const Case cases[] = {{"KVServer Version 2,5,5,9", 56}, {"KVServer Version 2,5,6,0", 0}, {"KVServer Version 2,6,0,0", 0}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.version);
-        server.SetVersion(c.version);
-        server.Clear();
+TEST_F(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
+    const std::pair<const char*, long> cases[] = {
+        {"KVServer Version 2,5,5,9", 56}, {"KVServer Version 2,5,6,0", 0}, {"KVServer Version 2,6,0,0", 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.first);
+        server.On(IF_CLIENT, 23, [&c](const FakeCall&, FakeReply& r) { r.Str(0, c.first); });
         CKVCLProcess* s = nullptr;
-        EXPECT_EQ(server.Logon(&s, 5, 1), c.result);
-        EXPECT_EQ(s != nullptr, c.result == 0);
+        EXPECT_EQ(server.Logon(&s, 5, 1), c.second);
+        EXPECT_EQ(s != nullptr, c.second == 0);
         if (s) ClientLogoffMT(&s);
     }
     const std::string log = dir.ClientLog(5);
@@ -212,9 +170,7 @@ TEST(CKVCLProcessLogon, ServerOlderThanTheLibraryIsRefused) {
     EXPECT_NE(log.find("CheckVersions [2,6,0,0] <> [2,5,6,0]"), std::string::npos);
 }
 
-TEST(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 21, 3), 0);
     std::atomic<int> allStops{0};
@@ -229,12 +185,9 @@ TEST(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     ASSERT_EQ(stops.size(), 2u);
     EXPECT_EQ(stops[0].Bytes(), stops[1].Bytes());
     const auto resumes = server.CallsTo(IF_CLIENT, 36);
-    ASSERT_EQ(resumes.size(), 1u);
-    EXPECT_EQ(resumes[0].Object(), 21);
-    EXPECT_EQ(resumes[0].h.sequence, 1);   // a new client proxy
-    ASSERT_EQ(resumes[0].args.size(), 1u);
-    EXPECT_EQ(resumes[0].args[0].tag, TAG_LONGLONG);
-    EXPECT_EQ(static_cast<uint64_t>(resumes[0].Int(0)), CFakeServer::kSessionID);
+    ASSERT_EQ(resumes.size(), 1u);   // numbered 1: a new client proxy
+    EXPECT_EQ(std::make_tuple(resumes[0].Object(), int(resumes[0].h.sequence), resumes[0].data),
+              std::make_tuple(21, 1, Wire().X(static_cast<int64_t>(CFakeServer::kSessionID)).End()));
     EXPECT_TRUE(s->GoodConnection());
     EXPECT_NE(dir.ClientLog(21).find("Client 21 Reconnected successfully, tries 1 Session ID 81985529216486895"),
               std::string::npos);
@@ -242,8 +195,7 @@ TEST(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     // The object proxies were bound to the new call socket.
     long pumps = 0;
     server.On(IF_PUMP, 5, [](const FakeCall&, FakeReply& r) { r.Long(0, 12); });
-    EXPECT_EQ(s->Pump()->Count(&pumps), 0);
-    EXPECT_EQ(pumps, 12);
+    EXPECT_EQ(Got(s->Pump()->Count(&pumps), pumps), std::make_tuple(0, 12));
 
     // The events socket alone drops: TestConnection reads it, fails, and reconnects.
     server.Clear();
@@ -260,32 +212,24 @@ TEST(CKVCLProcessReconnect, ResumesTheSessionAndSendsTheCallAgain) {
     allStops = 0;
     server.Clear();
     EXPECT_EQ(AllStopMT(s), 8);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 2u);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 14).size(), 1u);
+    EXPECT_EQ(std::make_pair(server.CallsTo(IF_CLIENT, 36).size(), server.CallsTo(IF_CLIENT, 14).size()),
+              std::make_pair(size_t{2}, size_t{1}));
     const std::string log = dir.ClientLog(21);
     EXPECT_NE(log.find("Reconnect() SOCKETS_INUSE_RESULT"), std::string::npos);
     EXPECT_NE(log.find("Reconnect() error -7"), std::string::npos);
-    EXPECT_FALSE(s->GoodConnection());
-    EXPECT_EQ(s->SessionID(), CKVCLProcess::kNoSession);
-    EXPECT_EQ(s->Client(), nullptr);
-    EXPECT_EQ(s->Pump(), nullptr);
+    EXPECT_TRUE(!s->GoodConnection() && s->SessionID() == CKVCLProcess::kNoSession && !s->Client() && !s->Pump());
     EXPECT_EQ(AllStopMT(s), -14);
     EXPECT_EQ(s->Reconnect(), 8);
     EXPECT_EQ(ClientLogoffMT(&s), 8);
 }
 
-TEST(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 22, 1), 0);
 
     // Through a call: the server's result as the caller sees it, with the log lines.
     server.QueueResults(IF_CLIENT, 19, {-10, -13, -7, 54});
-    EXPECT_EQ(AllStopMT(s), -23);
-    EXPECT_EQ(AllStopMT(s), -14);
-    EXPECT_EQ(AllStopMT(s), -7);
-    EXPECT_EQ(AllStopMT(s), 54);
+    for (long want : {-23, -14, -7, 54}) EXPECT_EQ(AllStopMT(s), want);
     const std::string log = dir.ClientLog(22);
     EXPECT_NE(log.find("INTERNAL_SERVER_ERROR occurred, actual error -10, logged off."), std::string::npos);
     EXPECT_NE(log.find("CONNECTION_BROKEN occurred, actual error -13, logged off."), std::string::npos);
@@ -304,32 +248,21 @@ TEST(CKVCLProcessCheckResult, MapsConnectionAndInternalFailures) {
     ClientLogoffMT(&s);
 }
 
-TEST(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
-    CClientDir dir;
-    CFakeServer server(dir);
+TEST_F(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
     CKVCLProcess* s = nullptr;
     ASSERT_EQ(server.Logon(&s, 23, 2), 0);
 
     // The count and the type at the head, as the exported functions report them.
-    auto queue = [s] {
-        long count = -1;
-        short type = -1;
-        EXPECT_EQ(GetEventsCountMT(s, &count), 0);
-        EXPECT_EQ(GetNextEventTypeMT(s, &type), 0);
-        return std::make_pair(count, type);
-    };
+    auto queue = [s] { return std::make_pair(EventCount(s), HeadType(s)); };
     EXPECT_EQ(queue(), std::make_pair(0L, short{0}));
     EXPECT_EQ(DiscardNextEventMT(s), 2);
     s->QueueEvent(new TestEvent(3));
     s->QueueEvent(new TestEvent(1));
     s->QueueEvent(new TestEvent(24));
     EXPECT_EQ(queue(), std::make_pair(3L, short{3}));
-    EXPECT_EQ(GetEventsCountMT(s, nullptr), 0);
-    EXPECT_EQ(GetNextEventTypeMT(s, nullptr), 0);
-    CEvent* head = s->GetEvent();
-    ASSERT_NE(head, nullptr);
-    EXPECT_EQ(head->Type(), 3);
-    delete head;
+    EXPECT_EQ(GetEventsCountMT(s, nullptr) | GetNextEventTypeMT(s, nullptr), 0);
+    std::unique_ptr<CEvent> head(s->GetEvent());
+    ASSERT_TRUE(head && head->Type() == 3);
     EXPECT_EQ(DiscardNextEventMT(s), 0);
     EXPECT_EQ(s->PeekEvent()->Type(), 24);
     s->QueueEvent(new TestEvent(5));
@@ -340,21 +273,41 @@ TEST(CKVCLProcessEvents, QueueIsFirstInFirstOutAndEventTypeMaskIsBounded) {
 
     // The event type mask: stored when 1 .. 0x0FFFFFFF, sent in every case.
     server.Clear();
-    EXPECT_EQ(s->SetClientEventType(23, 0x10000000), 0);
-    EXPECT_EQ(s->ClientEventType(), 3143);
-    EXPECT_EQ(s->SetClientEventType(23, 0x0FFFFFFF), 0);
-    EXPECT_EQ(s->ClientEventType(), 0x0FFFFFFF);
-    EXPECT_EQ(s->SetClientEventType(23, 0), 0);
-    EXPECT_EQ(s->ClientEventType(), 0x0FFFFFFF);
-    const auto sent = server.CallsTo(IF_CLIENT, 40);
-    ASSERT_EQ(sent.size(), 3u);
-    EXPECT_EQ(sent[0].Int(0), 0x10000000);
-    EXPECT_EQ(sent[2].Int(0), 0);
+    for (const auto& [mask, kept] : {std::pair{0x10000000L, 3143L}, {0x0FFFFFFFL, 0x0FFFFFFFL}, {0L, 0x0FFFFFFFL}}) {
+        EXPECT_EQ(s->SetClientEventType(23, mask), 0);
+        const auto sent = server.CallsTo(IF_CLIENT, 40);
+        ASSERT_FALSE(sent.empty());
+        EXPECT_EQ(std::make_pair(sent.back().Int(0), s->ClientEventType()), std::make_pair(int64_t{mask}, kept));
+    }
     const std::string log = dir.ClientLog(23);
     EXPECT_NE(log.find("SetClientEventType 0FFFFFFF"), std::string::npos);
     EXPECT_EQ(log.find("SetClientEventType 10000000"), std::string::npos);
 
     s->PortManagement(nullptr, CALL_PORT, 7, 3);
     EXPECT_NE(dir.ClientLog(23).find("Socket event 7, client 23, socket 3"), std::string::npos);
+    ClientLogoffMT(&s);
+}
+
+// Holders and converted values live on the stack. (Functions that take strings convert
+// them into CStr and are left out.)
+TEST_F(ApiFrameCallPath, CallsWithoutStringsAllocateNothing) {
+    server.On(IF_CLIENT, 34, [](const FakeCall&, FakeReply& r) { r.Date(0, 133444736000000000ULL); });
+    CKVCLProcess* s = nullptr;
+    ASSERT_EQ(server.Logon(&s, 61, 3), 0);
+    auto calls = [s] {
+        short a = 0, b = 0, c = 0, d = 0, e = 0;
+        long l = 0, mask = 0, count = 0, when = 0;
+        double value = 0;
+        long r = AllStopMT(s) | SetNextDeliveryIDMT(s, 4) | GetClientTypeMT(s, &mask) | SetDateTimeMT(s, 1700000000) |
+                 GetDateTimeMT(s, &when) | SetPriceSignElementMT(s, 1, 2, 3, 4, 1.5, 6, 7, 8) |
+                 GetPriceSignElementMT(s, 1, &a, &l, &b, &value, &c, &d, &e) | ClientStatusMT(s, &a, &b) |
+                 GetEventsCountMT(s, &count) | ProcessEventsMT(s) | WDResetMT(s);
+        EXPECT_EQ(r, 0);
+        EXPECT_EQ(when, 1700000000);
+    };
+    calls();   // warm-up
+    const long before = tAllocations;
+    for (int i = 0; i < 20; ++i) calls();
+    EXPECT_EQ(tAllocations - before, 0);
     ClientLogoffMT(&s);
 }

@@ -1,31 +1,9 @@
-// CFakeServer: a scripted KVServer for the tests of the exported families.
-//
-// It is a CServerProcess listening on ephemeral loopback ports, served by a thread of its
-// own (or, with CForkedFakeServer, by a child process, for tests that must not share a
-// single byte of memory with it, e.g. under ThreadSanitizer). It answers every interface
-// of the protocol without knowing their tables: a request's tagged values are decoded
-// generically, and the reply carries back every by-reference value of the request, echoed
-// unless a hook overrides it.
-//
-// Use:
-//     kvtest::CClientDir dir;                      // fresh cwd with Log/ (session logs)
-//     kvtest::CFakeServer server(dir);
-//     server.On(IF_PUMP, 17, [](const kvtest::FakeCall& c, kvtest::FakeReply& r) {
-//         r.Short(0, 3).Cur(9, 12345);              // by-reference value 0 and 9 of the request
-//     });
-//     CKVCLProcess* s = nullptr;
-//     ASSERT_EQ(server.Logon(&s, 7, 3), 0);        // ClientLogonExMT against this server
-//     ... exported MT calls on s ...
-//     auto calls = server.CallsTo(IF_PUMP, 17);    // every request as received, decoded
-//     ClientLogoffMT(&s);
-//
-// Defaults of the client interface (IF_CLIENT): Logon 0, GetSessionID kSessionID,
-// GetVersion "KVServer Version 2,5,6,0" (SetVersion), Reconnect 0, everything else 0 with
-// the by-reference values echoed. QueueResults(type, function, {54, 54, ...}) makes the
-// next requests of that function fail with those results, one each, before hooks and
-// defaults apply again. A hook may also delay its reply or drop the client (no reply, both
-// sockets closed). Management messages (CONNECT, EVENTS, DISCONNECT ...) are recorded in
-// Entries() next to the calls, in the order the server handled them.
+// CFakeServer: a scripted KVServer on ephemeral loopback ports, served by a thread of its
+// own (CForkedFakeServer: by a child process, sharing no memory with the test). It decodes
+// every request generically and replies with each by-reference value echoed, unless a hook
+// (On) or a queued result (QueueResults) says otherwise; a hook may also drop the client.
+// GetSessionID answers kSessionID, GetVersion kVersion. Calls and management messages are
+// recorded in the order handled.
 #pragma once
 #include <gtest/gtest.h>
 
@@ -50,6 +28,8 @@
 #include "rpc/message.h"
 #include "rpc/net_fixture.h"
 #include "rpc/process.h"
+#include "common/session.h"
+#include "common/wire.h"
 
 namespace kvtest {
 
@@ -80,16 +60,6 @@ private:
     std::string _old;
 };
 
-// One tagged value of a request or of a reply.
-struct FakeArg {
-    uint8_t tag = TAG_NULL;
-    int64_t i = 0;           // char, bool, short, long, long long, CCur raw value, CDate ticks
-    double d = 0;
-    std::u16string s;        // string units; block bytes
-    bool IsRef() const { return tag == TAG_NULL || tag == TAG_PLONGLONG || (tag < TAG_BLOCK && (tag & 1)); }
-    std::string Narrow() const { return std::string(s.begin(), s.end()); }
-};
-
 // A request as the server received it.
 struct FakeCall {
     TIMsgHeader h{};
@@ -116,7 +86,6 @@ struct FakeCall {
 struct FakeReply {
     long result = 0;
     bool drop = false;           // no reply: the client's sockets are closed
-    int delayMs = 0;             // the reply waits this long (the server waits with it)
     std::map<int, FakeArg> outs;
 
     FakeReply& Set(int n, uint8_t tag, int64_t i) { FakeArg a; a.tag = tag; a.i = i; outs[n] = a; return *this; }
@@ -125,7 +94,6 @@ struct FakeReply {
     FakeReply& LongLong(int n, long long v) { return Set(n, TAG_PLONGLONG, v); }
     FakeReply& Cur(int n, int64_t raw) { return Set(n, TAG_PCUR, raw); }
     FakeReply& Date(int n, uint64_t ticks) { return Set(n, TAG_PDATE, static_cast<int64_t>(ticks)); }
-    FakeReply& Double(int n, double v) { FakeArg a; a.tag = TAG_PDOUBLE; a.d = v; outs[n] = a; return *this; }
     FakeReply& Str(int n, const std::string& v) {
         FakeArg a;
         a.tag = TAG_PSTR;
@@ -146,122 +114,19 @@ struct FakeEntry {
     FakeCall call;
 };
 
-// ---- the wire form of tagged values, bounds-checked ----
-
-inline bool DecodeArgs(const uint8_t* data, size_t n, std::vector<FakeArg>& out) {
-    size_t pos = 0;
-    auto take = [&](void* to, size_t k) {
-        if (pos + k > n) return false;
-        std::memcpy(to, data + pos, k);
-        pos += k;
-        return true;
-    };
-    while (pos < n) {
-        FakeArg a;
-        a.tag = data[pos++];
-        switch (a.tag) {
-        case TAG_END:
-            return true;
-        case TAG_NULL:
-            break;
-        case TAG_CHAR: case TAG_PCHAR: case TAG_BOOL: case TAG_PBOOL: {
-            uint8_t v;
-            if (!take(&v, 1)) return false;
-            a.i = a.tag <= TAG_PCHAR ? static_cast<int8_t>(v) : v;
-            break;
-        }
-        case TAG_SHORT: case TAG_PSHORT: {
-            int16_t v;
-            if (!take(&v, 2)) return false;
-            a.i = v;
-            break;
-        }
-        case TAG_LONG: case TAG_PLONG: {
-            int32_t v;
-            if (!take(&v, 4)) return false;
-            a.i = v;
-            break;
-        }
-        case TAG_DOUBLE: case TAG_PDOUBLE:
-            if (!take(&a.d, 8)) return false;
-            break;
-        case TAG_CUR: case TAG_PCUR: case TAG_DATE: case TAG_PDATE: case TAG_LONGLONG: case TAG_PLONGLONG:
-            if (!take(&a.i, 8)) return false;
-            break;
-        case TAG_STR: case TAG_PSTR: case TAG_BLOCK: {
-            uint16_t count;
-            if (!take(&count, 2)) return false;
-            const size_t unit = a.tag == TAG_BLOCK ? 1 : 2;
-            if (pos + unit * count > n) return false;
-            for (size_t k = 0; k < count; ++k) {
-                uint16_t c = data[pos];
-                if (unit == 2) c = static_cast<uint16_t>(c | data[pos + 1] << 8);
-                a.s.push_back(static_cast<char16_t>(c));
-                pos += unit;
-            }
-            break;
-        }
-        default:
-            return false;
-        }
-        out.push_back(a);
-    }
-    return false;   // no end tag
-}
-
 inline bool EncodeArg(const FakeArg& a, TIMsg& m) {
-    uint8_t buf[kMsgDataSize];
-    size_t k = 0;
-    buf[k++] = a.tag;
-    auto put = [&](const void* v, size_t size) {
-        std::memcpy(buf + k, v, size);
-        k += size;
-    };
-    switch (a.tag) {
-    case TAG_NULL: case TAG_END:
-        break;
-    case TAG_CHAR: case TAG_PCHAR: case TAG_BOOL: case TAG_PBOOL: {
-        uint8_t v = static_cast<uint8_t>(a.i);
-        put(&v, 1);
-        break;
-    }
-    case TAG_SHORT: case TAG_PSHORT: {
-        int16_t v = static_cast<int16_t>(a.i);
-        put(&v, 2);
-        break;
-    }
-    case TAG_LONG: case TAG_PLONG: {
-        int32_t v = static_cast<int32_t>(a.i);
-        put(&v, 4);
-        break;
-    }
-    case TAG_DOUBLE: case TAG_PDOUBLE:
-        put(&a.d, 8);
-        break;
-    case TAG_STR: case TAG_PSTR: case TAG_BLOCK: {
-        const size_t unit = a.tag == TAG_BLOCK ? 1 : 2;
-        if (3 + unit * a.s.size() > sizeof buf - 1) return false;
-        uint16_t count = static_cast<uint16_t>(a.s.size());
-        put(&count, 2);
-        for (char16_t c : a.s) {
-            uint16_t v = c;
-            put(&v, unit);
-        }
-        break;
-    }
-    default:
-        put(&a.i, 8);
-        break;
-    }
-    if (m.h.length + k > kMsgDataSize) return false;
-    std::memcpy(m.data + m.h.length, buf, k);
-    m.h.length = static_cast<uint16_t>(m.h.length + k);
+    std::vector<uint8_t> b;
+    AppendArg(a, b);
+    if (m.h.length + b.size() > kMsgDataSize) return false;
+    std::memcpy(m.data + m.h.length, b.data(), b.size());
+    m.h.length = static_cast<uint16_t>(m.h.length + b.size());
     return true;
 }
 
 class CFakeServer : public CServerProcess {
 public:
     static constexpr uint64_t kSessionID = 0x0123456789ABCDEFULL;
+    static constexpr const char* kVersion = "KVServer Version 2,5,6,0";
 
     // Serves from a thread of its own unless `threaded` is false (the owner then runs
     // Serve() itself).
@@ -273,7 +138,7 @@ public:
                                           IF_SENSOR, IF_PRODUCT, IF_SALEITEM};
         for (uint16_t t : kTypes) AddInterface(new CFakeInterface(this, t));
         On(IF_CLIENT, 37, [](const FakeCall&, FakeReply& r) { r.LongLong(0, static_cast<long long>(kSessionID)); });
-        On(IF_CLIENT, 23, [this](const FakeCall&, FakeReply& r) { r.Str(0, Version()); });
+        On(IF_CLIENT, 23, [](const FakeCall&, FakeReply& r) { r.Str(0, kVersion); });
         if (threaded) _thread = std::thread([this] { Serve([this] { return _stop.load(); }); });
     }
     ~CFakeServer() override {
@@ -293,10 +158,6 @@ public:
         std::lock_guard<std::mutex> lock(_mutex);
         auto& q = _queued[Key(type, function)];
         q.insert(q.end(), results.begin(), results.end());
-    }
-    void SetVersion(const std::string& v) {
-        std::lock_guard<std::mutex> lock(_mutex);
-        _version = v;
     }
 
     // ---- what was received (any thread) ----
@@ -322,12 +183,7 @@ public:
     }
     // Waits until `n` calls of a function have arrived.
     bool WaitForCalls(uint16_t type, uint8_t function, size_t n, int ms = 3000) const {
-        auto start = std::chrono::steady_clock::now();
-        while (CallsTo(type, function).size() < n) {
-            if (SecondsSince(start) * 1000 > ms) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return true;
+        return WaitUntil([&] { return CallsTo(type, function).size() >= n; }, ms, 5);
     }
 
     // Runs `job` on the serving thread between two passes and waits for it: the way to
@@ -342,14 +198,11 @@ public:
     // Waits until every client has gone (its sockets closed and swept): what a logged-off
     // client sent on its way out has then been handled.
     bool WaitForNoClients(int ms = 3000) {
-        auto start = std::chrono::steady_clock::now();
-        for (;;) {
+        return WaitUntil([&] {
             int sockets = 0;
             RunOnServer([&](CFakeServer& f) { sockets = f.SocketCount(); });
-            if (sockets == 0) return true;
-            if (SecondsSince(start) * 1000 > ms) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
+            return sockets == 0;
+        }, ms, 5);
     }
 
     // A logon of client `id` with client type `type` on this server (ClientLogonExMT).
@@ -391,11 +244,6 @@ private:
 
     static uint32_t Key(uint16_t type, uint8_t function) { return static_cast<uint32_t>(type) << 8 | function; }
 
-    std::string Version() {
-        std::lock_guard<std::mutex> lock(_mutex);
-        return _version;
-    }
-
     void Record(bool management, TPort port, uint8_t code, long arg, const FakeCall* call) {
         FakeEntry e;
         e.management = management;
@@ -429,7 +277,6 @@ private:
         }
         if (call.malformed) reply.result = UNPACK_OVERRUN_RESULT;
         else if (hook) hook(call, reply);
-        if (reply.delayMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(reply.delayMs));
         if (reply.drop) return CONNECTION_BROKEN;   // ServeMsg sends nothing and drops the client
 
         std::swap(m.h.source, m.h.destination);
@@ -463,7 +310,6 @@ private:
     mutable std::mutex _mutex;
     std::map<uint32_t, FakeHook> _hooks;
     std::map<uint32_t, std::deque<long>> _queued;
-    std::string _version = "KVServer Version 2,5,6,0";
     std::vector<FakeEntry> _entries;
     std::deque<std::function<void(CFakeServer&)>> _jobs;
     size_t _jobsQueued = 0;
@@ -471,6 +317,13 @@ private:
     std::condition_variable _jobDone;
     std::atomic<bool> _stop{false};
     std::thread _thread;
+};
+
+// A test with a fake server of its own in a fresh working directory.
+class FakeServerTest : public ::testing::Test {
+protected:
+    CClientDir dir;
+    CFakeServer server{dir};
 };
 
 // A CFakeServer in a child process: nothing of it shares memory with the test. `setup`

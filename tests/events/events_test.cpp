@@ -1,18 +1,240 @@
-// The events side end to end: a scripted server calls the client's events and database
-// interfaces over the events connection, the client reads the calls in ProcessEvents and
-// the application takes the records with the GetNext...Event functions.
+// The events side end to end: a scripted server calls out over a client's events socket
+// to its events and database interfaces with records of the client's own types; the client
+// reads the calls in ProcessEvents and the application takes the records with the
+// GetNext...Event functions.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstring>
+#include <future>
 #include <memory>
 #include <regex>
+#include <string>
+#include <tuple>
+#include <utility>
 
-#include "events_rig.h"
+#include "client/records.h"
+#include "common/fake_server.h"
+#include "kvclient.h"
+#include "rpc/interface.h"
 
-using namespace kvtest;
-
+namespace kvtest {
 namespace {
+constexpr long kEmptyDateOut = -921101622;   // the long form of "no date"
 
-constexpr long kClient = 7;
+// Field numbers: Upto<3> is 1, 2, 3; Range<11, 13> is 11, 12, 13; Cat joins two lists.
+template <int... N> using Fields = std::integer_sequence<int, N...>;
+template <int From, int... K> Fields<(From + K)...> RangeOf(std::integer_sequence<int, K...>);
+template <int From, int To> using Range = decltype(RangeOf<From>(std::make_integer_sequence<int, To - From + 1>()));
+template <int N> using Upto = Range<1, N>;
+template <int... A, int... B> Fields<A..., B...> CatOf(Fields<A...>, Fields<B...>);
+template <class A, class B> using Cat = decltype(CatOf(A(), B()));
+
+// A distinct value for field n of every type: a wrong field number shows as a wrong value.
+template <class T>
+T Sample(int n)
+{
+    if constexpr (std::is_same_v<T, CStr>)
+        return CStr(("s" + std::to_string(n) + "-abcdefghij").c_str());
+    else if constexpr (std::is_same_v<T, CCur>)
+        return CCur::FromRaw(123457LL * n + 3);
+    else if constexpr (std::is_same_v<T, CDate>)
+        return CDate(1600000000L + 3600L * n);
+    else if constexpr (std::is_same_v<T, long long>)
+        return 5000000000LL + n;
+    else if constexpr (std::is_same_v<T, long>)
+        return 70000L + n;   // wider than 16 bits
+    else
+        return static_cast<T>(300 + n);
+}
+
+// Record R with its first `Sent` fields sampled and the rest as given.
+template <class R, std::size_t Sent = R::kFields, class... Tail>
+R* SampleRecord(const Tail&... tail)
+{
+    static_assert(Sent + sizeof...(Tail) == R::kFields);
+    return [&]<std::size_t... K>(std::index_sequence<K...>) {
+        return new R(Sample<typename R::template FieldType<K + 1>>(K + 1)..., tail...);
+    }(std::make_index_sequence<Sent>());
+}
+
+// The server's end of a client's events interface (type 2) or database interface (type 1).
+class CEventsCaller : public CClientInterface {
+public:
+    CEventsCaller(CProcess* server, CSocket* socket, uint16_t type, long clientId)
+        : CClientInterface(server, socket, 0), _type(type)
+    {
+        SetDestID(clientId);
+    }
+    uint16_t ObjectType() const override { return _type; }
+    uint16_t InterfaceVersion() const override { return 0; }
+
+private:
+    uint16_t _type;
+};
+
+// One outgoing call of the server: function `function` of interface `type` with the first
+// `sent` fields of `record` as its arguments. One-way calls return at once; a two-way call
+// waits for the client's reply and gives its result.
+struct Push {
+    uint16_t type;
+    uint8_t function;
+    bool oneWay = true;
+    uint32_t object = 0xFFFFFFFFu;   // the class
+
+    template <class R>
+    long Send(CFakeServer& server, long clientId, const R* record, std::size_t sent = R::kFields) const
+    {
+        long r = 0;
+        server.RunOnServer([&](CFakeServer& f) { r = SendFrom(f, clientId, record, sent); });
+        return r;
+    }
+    long Send(CFakeServer& server, long clientId) const { return Send<CStackDelivery>(server, clientId, nullptr, 0); }
+
+    // A two-way call: the client must read it while the server waits for the reply.
+    template <class R>
+    std::future<long> Start(CFakeServer& server, long clientId, const R* record, std::size_t sent = R::kFields) const
+    {
+        return std::async(std::launch::async, [=, this, &server] { return Send(server, clientId, record, sent); });
+    }
+
+private:
+    template <class R>
+    long SendFrom(CFakeServer& f, long clientId, const R* record, std::size_t sent) const
+    {
+        CSocket* s = f.EventsSocketOf(clientId);
+        if (!s)
+            return NOT_OPEN_RESULT;
+        CEventsCaller out(&f, s, type, clientId);
+        try {
+            out.InitPack(function, object, oneWay);
+            if (record)
+                [&]<std::size_t... K>(std::index_sequence<K...>) {
+                    ((K < sent ? out.Pack(record->template Field<K + 1>()) : void()), ...);
+                }(std::make_index_sequence<R::kFields>());
+            out.EndPack();
+            out.Call();
+            if (oneWay)
+                return OK_RESULT;
+            out.InitUnpack();
+            out.EndUnpack();
+            return OK_RESULT;
+        } catch (TResult r) {
+            return r;
+        }
+    }
+};
+
+// Runs ProcessEvents until the queue holds `n` records (loopback delivery is quick, not
+// instant).
+inline bool ProcessUntil(CKVCLProcess* s, long n, int ms = 3000)
+{
+    long count = -1;
+    WaitUntil([&] { return ProcessEventsMT(s), GetEventsCountMT(s, &count), count >= n; }, ms, 1);
+    return count == n;
+}
+
+// ---- the outputs of a pop function ----
+
+// Output N of type P, filled with a marker before the call. A string output holds a
+// pre-filled buffer: 5 blanks for odd fields (the value is cut), 30 for even ones (the
+// value is padded with NULs).
+template <int N, class P>
+struct Holder {
+    static constexpr P kMarker = static_cast<P>(0x5A5A5A5A);
+    P v = kMarker;
+    P* Ptr(bool null) { return null ? nullptr : &v; }
+};
+template <int N>
+struct Holder<N, char> {
+    static constexpr int kWidth = N % 2 ? 5 : 30;
+    char v[48];
+    Holder() { Prefill(v); }
+    static void Prefill(char* b)
+    {
+        std::memset(b, 'Z', 48);
+        std::memset(b, ' ', kWidth);
+        b[kWidth] = '\0';
+    }
+    char* Ptr(bool null) { return null ? nullptr : v; }
+};
+
+inline long DateOut(const CDate& d)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>((d.Ticks() - 116444736000000000ULL) / 10000000ULL));
+}
+
+// Output N after a successful pop: field N of `want` in the output's type.
+template <int N, class P, class R>
+void ExpectField(const Holder<N, P>& h, const R& want)
+{
+    using F = typename R::template FieldType<N>;
+    const F& v = want.template Field<N>();
+    if constexpr (std::is_same_v<F, CStr>) {
+        char expected[48];
+        Holder<N, char>::Prefill(expected);
+        std::strncpy(expected, static_cast<char*>(v), Holder<N, char>::kWidth);
+        EXPECT_EQ(std::memcmp(h.v, expected, sizeof expected), 0) << "field " << N << " got [" << std::string(h.v, 8) << "]";
+    } else if constexpr (std::is_same_v<F, CCur>) {
+        EXPECT_DOUBLE_EQ(h.v, static_cast<double>(v.Value()) / 10000) << "field " << N;
+    } else if constexpr (std::is_same_v<F, CDate>) {
+        EXPECT_EQ(h.v, DateOut(v)) << "field " << N;
+    } else {
+        EXPECT_EQ(h.v, static_cast<P>(v)) << "field " << N;
+    }
+}
+
+// Output N after a failed pop: the default of its field's type.
+template <int N, class P, class R>
+void ExpectDefault(const Holder<N, P>& h)
+{
+    using F = typename R::template FieldType<N>;
+    if constexpr (std::is_same_v<F, CStr>) {
+        char untouched[48];
+        Holder<N, char>::Prefill(untouched);
+        EXPECT_EQ(std::memcmp(h.v, untouched, sizeof untouched), 0) << "field " << N;
+    } else if constexpr (std::is_same_v<F, CCur>) {
+        EXPECT_EQ(h.v, 0.0) << "field " << N;
+    } else if constexpr (std::is_same_v<F, CDate>) {
+        EXPECT_EQ(h.v, kEmptyDateOut) << "field " << N;
+    } else if constexpr (std::is_same_v<F, long>) {
+        EXPECT_EQ(h.v, static_cast<P>(-1)) << "field " << N;
+    } else {
+        EXPECT_EQ(h.v, P(0)) << "field " << N;
+    }
+}
+
+// Calls `pop` with output k carrying field N_k of R; outputs whose bit is set in `nulls`
+// are passed as null and must stay untouched. want null: the pop must fail with `result`
+// and leave the defaults; else it must succeed with want's fields.
+template <class R, int... N, class... P>
+void ExpectPop(long (*pop)(CKVCLProcess*, P*...), CKVCLProcess* s, Fields<N...>, const R* want,
+               long result = OK_RESULT, unsigned long long nulls = 0)
+{
+    static_assert(sizeof...(N) == sizeof...(P), "one field number per output");
+    std::tuple<Holder<N, P>...> out;
+    [&]<std::size_t... K>(std::index_sequence<K...>) {
+        EXPECT_EQ(pop(s, std::get<K>(out).Ptr((nulls >> K) & 1)...), result);
+        auto check = [&]<int M, class Q>(const Holder<M, Q>& h, bool null) {
+            const Holder<M, Q> fresh;
+            if (null)
+                EXPECT_EQ(std::memcmp(&h, &fresh, sizeof h), 0) << "null output " << M << " written";
+            else if (want)
+                ExpectField(h, *want);
+            else
+                ExpectDefault<M, Q, R>(h);
+        };
+        (check(std::get<K>(out), (nulls >> K) & 1), ...);
+    }(std::index_sequence_for<P...>());
+}
+
+// A session of client 7 of type 7 (calls, events and database events) on a fake server.
+struct CIEvents : FakeServerTest {
+    static constexpr long kClient = 7;
+    Session c{server, kClient, 7};
+    void SetUp() override { ASSERT_TRUE(c.s); }
+};
+using GetNextEvent = CIEvents;
 
 // Record, its type code, how it arrives (interface and newest call), a pop function and the
 // record field that each of its outputs carries, as docs/events.md lists them.
@@ -50,34 +272,10 @@ constexpr long kClient = 7;
     X(CDeliveryEvent, 2, IF_EVENTS, 17, GetNextDeliveryEventEx3MT, Upto<43>)                       \
     X(CDeliveryEvent, 2, IF_EVENTS, 17, GetNextDeliveryEventEx4MT, Upto<44>)
 
-long Count(CKVCLProcess* s)
-{
-    long n = -1;
-    EXPECT_EQ(GetEventsCountMT(s, &n), 0);
-    return n;
-}
-
-short HeadType(CKVCLProcess* s)
-{
-    short t = -1;
-    EXPECT_EQ(GetNextEventTypeMT(s, &t), 0);
-    return t;
-}
-
-struct Session {
-    explicit Session(CFakeServer& server, long id = kClient, short type = 7) { EXPECT_EQ(server.Logon(&s, id, type), 0); }
-    ~Session() { ClientLogoffMT(&s); }
-    CKVCLProcess* s = nullptr;
-};
-
 }  // namespace
 
-TEST(CIEvents, EveryCallQueuesItsRecordAndEveryPopReturnsItsFields)
+TEST_F(CIEvents, EveryCallQueuesItsRecordAndEveryPopReturnsItsFields)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
     // Each record twice: every output wanted, then every other output null.
 #define KV_CHECK_ROW(R, Code, Iface, Id, Pop, ...)                                     \
     {                                                                                  \
@@ -88,20 +286,17 @@ TEST(CIEvents, EveryCallQueuesItsRecordAndEveryPopReturnsItsFields)
             ASSERT_TRUE(ProcessUntil(c.s, 1));                                         \
             EXPECT_EQ(HeadType(c.s), Code);                                            \
             ExpectPop(Pop, c.s, __VA_ARGS__(), want.get(), OK_RESULT, nulls);          \
-            EXPECT_EQ(Count(c.s), 0);                                                  \
+            EXPECT_EQ(EventCount(c.s), 0);                                             \
         }                                                                              \
     }
     KV_POP_ROWS(KV_CHECK_ROW)
 #undef KV_CHECK_ROW
 }
 
-TEST(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
+TEST_F(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
     Session callsOnly(server, kClient + 1, 1);
-    ASSERT_TRUE(c.s && callsOnly.s);
+    ASSERT_TRUE(callsOnly.s);
     std::unique_ptr<CServerEvent> server3(SampleRecord<CServerEvent>());
     std::unique_ptr<CStackDelivery> stack8(SampleRecord<CStackDelivery>());
 #define KV_CHECK_DEFAULTS(R, Code, Iface, Id, Pop, ...)                                           \
@@ -117,7 +312,7 @@ TEST(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
             ASSERT_EQ((Push{IF_DB, 14}.Send(server, kClient, stack8.get())), 0);                  \
         ASSERT_TRUE(ProcessUntil(c.s, 1));                                                        \
         ExpectPop<R>(Pop, c.s, __VA_ARGS__(), nullptr, NOT_FOUND_RESULT);                         \
-        EXPECT_EQ(Count(c.s), 1);                                                                 \
+        EXPECT_EQ(EventCount(c.s), 1);                                                                 \
         EXPECT_EQ(DiscardNextEventMT(c.s), 0);                                                    \
     }
     KV_POP_ROWS(KV_CHECK_DEFAULTS)
@@ -129,48 +324,10 @@ TEST(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
     EXPECT_EQ(GetNextServerEvent(&id, text), NO_SESSION_RESULT);
     EXPECT_EQ(id, -1);
     EXPECT_STREQ(text, "  ");
-    EXPECT_EQ(DateOut(CDate()), kEmptyDateOut);
 }
 
-TEST(CIEvents, RecordsLeaveInArrivalOrder)
+TEST_F(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
-    const CStr first("first"), second("second");
-    CServerEvent a(101, first), b(102, second);
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &a)), 0);
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &b)), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 2));
-
-    long id = 0;
-    char text[] = "          ";
-    EXPECT_EQ(GetNextServerEventMT(c.s, &id, text), 0);
-    EXPECT_EQ(id, 101);
-    EXPECT_EQ(std::string(text, 10), std::string("first\0\0\0\0\0", 10));
-    std::memset(text, ' ', 10);
-    EXPECT_EQ(GetNextServerEventMT(c.s, &id, text), 0);
-    EXPECT_EQ(id, 102);
-    EXPECT_EQ(std::string(text, 10), std::string("second\0\0\0\0", 10));
-    EXPECT_EQ(GetNextServerEventMT(c.s, &id, text), NOT_FOUND_RESULT);
-    EXPECT_EQ(id, -1);
-
-    // A pump event at the head: the delivery pop leaves it where it is.
-    std::unique_ptr<CPumpEvent> pump(SampleRecord<CPumpEvent>());
-    ASSERT_EQ((Push{IF_EVENTS, 27}.Send(server, kClient, pump.get())), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 1));
-    ExpectPop<CDeliveryEvent>(GetNextDeliveryEventMT, c.s, Cat<Upto<7>, Range<16, 27>>(), nullptr, NOT_FOUND_RESULT);
-    EXPECT_EQ(Count(c.s), 1);
-    ExpectPop(GetNextPumpEventMT, c.s, Cat<Upto<8>, Range<11, 17>>(), pump.get());
-}
-
-TEST(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
-{
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
     const CCur minusOne = CCur::FromRaw(-10000);
 
     // Call 13 with all 43 fields, then with the mandatory 32: the 11 later fields read -1
@@ -211,12 +368,8 @@ TEST(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
     ExpectPop(GetNextDBHoseETotalsEventExMT, c.s, Upto<15>(), shortTotals.get());
 }
 
-TEST(CIEvents, UnknownCallsAreRefusedAndLogged)
+TEST_F(CIEvents, UnknownCallsAreRefusedAndLogged)
 {
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server);
-    ASSERT_TRUE(c.s);
     std::unique_ptr<CServerEvent> event(SampleRecord<CServerEvent>());
 
     // One-way: nothing comes back; the refusal is logged and nothing queued.
@@ -240,38 +393,12 @@ TEST(CIEvents, UnknownCallsAreRefusedAndLogged)
         return reply.get();
     };
     EXPECT_EQ(twoWay(Push{IF_EVENTS, 18}, nullptr), BAD_FUNCTION_RESULT);
-    EXPECT_EQ(Count(c.s), 0);
+    EXPECT_EQ(EventCount(c.s), 0);
     EXPECT_EQ(twoWay(Push{IF_EVENTS, 15, false, 5}, event.get()), NO_OBJECT_RESULT);   // holds no objects
-    EXPECT_EQ(Count(c.s), 0);
+    EXPECT_EQ(EventCount(c.s), 0);
     EXPECT_EQ(twoWay(Push{IF_EVENTS, 15}, event.get()), OK_RESULT);
-    EXPECT_EQ(Count(c.s), 1);
+    EXPECT_EQ(EventCount(c.s), 1);
     ExpectPop(GetNextServerEventMT, c.s, Upto<2>(), event.get());
 }
 
-TEST(CKVCLProcess, TestConnectionRestoresTheEventsConnectionAndKeepsTheQueue)
-{
-    CClientDir dir;
-    CFakeServer server(dir);
-    Session c(server, kClient, 3);
-    ASSERT_TRUE(c.s);
-    CServerEvent a(1, CStr("a")), b(2, CStr("b")), after(3, CStr("c"));
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &a)), 0);
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &b)), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 2));
-
-    server.RunOnServer([](CFakeServer& f) {
-        if (CSocket* s = f.EventsSocketOf(kClient))
-            s->Close();
-    });
-    EXPECT_EQ(TestConnectionMT(c.s), 0);
-    EXPECT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 1u);   // Reconnect with the session ID
-    EXPECT_EQ(Count(c.s), 2);
-
-    ASSERT_EQ((Push{IF_EVENTS, 15}.Send(server, kClient, &after)), 0);
-    ASSERT_TRUE(ProcessUntil(c.s, 3));
-    for (long want = 1; want <= 3; ++want) {
-        long id = 0;
-        EXPECT_EQ(GetNextServerEventMT(c.s, &id, nullptr), 0);
-        EXPECT_EQ(id, want);
-    }
-}
+}  // namespace kvtest

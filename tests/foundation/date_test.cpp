@@ -11,6 +11,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "foundation/str.h"
@@ -50,8 +51,7 @@ TEST(CDate, ConstructionAndConversion)
     EXPECT_EQ(fromTm.ToDATE(), mktime(&copy));
     struct tm* back = fromTm.ToTM();
     ASSERT_NE(back, nullptr);
-    EXPECT_EQ(back->tm_mday, 15);
-    EXPECT_EQ(back->tm_hour, 12);
+    EXPECT_EQ(std::make_pair(back->tm_mday, back->tm_hour), std::make_pair(15, 12));
 }
 
 TEST(CDate, ClockAndFormat)
@@ -95,24 +95,20 @@ TEST(CCurConvert, DoubleRoundsHalfAwayFromZeroInExtendedPrecision)
     EXPECT_EQ(Cur(-0.0).Value(), 0);
     EXPECT_EQ(DoubleToCur(922337203685477.0).Value(), 9223372036854770000LL);
     // No integer exists for these: the x87 indefinite value.
-    EXPECT_EQ(Cur(std::numeric_limits<double>::quiet_NaN()).Value(), INT64_MIN);
-    EXPECT_EQ(Cur(1e300).Value(), INT64_MIN);
-    EXPECT_EQ(Cur(-1e300).Value(), INT64_MIN);
-    EXPECT_EQ(Cur(std::numeric_limits<double>::infinity()).Value(), INT64_MIN);
+    for (double x : {std::numeric_limits<double>::quiet_NaN(), 1e300, -1e300, std::numeric_limits<double>::infinity()})
+        EXPECT_EQ(Cur(x).Value(), INT64_MIN) << x;
 
-    EXPECT_EQ(CurToDouble(CCur::FromRaw(12346)), 1.2346);
-    EXPECT_EQ(CCur::FromRaw(-5).ToDouble(), -0.0005);
+    EXPECT_EQ(std::make_pair(CurToDouble(CCur::FromRaw(12346)), CCur::FromRaw(-5).ToDouble()), std::make_pair(1.2346, -0.0005));
 }
 
 TEST(CCurRounding, RoundTruncateAdjustAndFormat)
 {
-    EXPECT_EQ(CCur::FromRaw(123450).RoundDecimals(2).Value(), 123500);
-    EXPECT_EQ(CCur::FromRaw(123449).RoundDecimals(2).Value(), 123400);
-    EXPECT_EQ(CCur::FromRaw(123499).TruncateDecimals(2).Value(), 123400);
+    EXPECT_EQ(std::make_tuple(CCur::FromRaw(123450).RoundDecimals(2).Value(), CCur::FromRaw(123449).RoundDecimals(2).Value(),
+                              CCur::FromRaw(123499).TruncateDecimals(2).Value()),
+              std::make_tuple(123500, 123400, 123400));
     // Negatives: add half, truncate toward zero.
-    EXPECT_EQ(Cur(-1.5).RoundDecimals(0).Value(), -10000);
-    EXPECT_EQ(Cur(-1.4).RoundDecimals(0).Value(), 0);
-    EXPECT_EQ(Cur(-1.6).RoundDecimals(0).Value(), -10000);
+    for (const auto& [x, raw] : {std::pair{-1.5, -10000}, {-1.4, 0}, {-1.6, -10000}})
+        EXPECT_EQ(Cur(x).RoundDecimals(0).Value(), raw) << x;
     // Clamping: below -4 acts as -4, above 4 as a divisor of 1.
     EXPECT_EQ(CCur::FromRaw(1234567890).RoundDecimals(-9).Value(), 1200000000);
     EXPECT_EQ(CCur::FromRaw(12345).TruncateDecimals(7).Value(), 12345);
@@ -147,9 +143,7 @@ TEST(CCurWire, AsciiAndBcd)
 
     unsigned char bcd[16] = {};
     Cur(123456).ToBCD(reinterpret_cast<char*>(bcd), 6, 0, false);
-    EXPECT_EQ(bcd[0], 0x12);
-    EXPECT_EQ(bcd[1], 0x34);
-    EXPECT_EQ(bcd[2], 0x56);
+    EXPECT_EQ(std::make_tuple(bcd[0], bcd[1], bcd[2]), std::make_tuple(0x12, 0x34, 0x56));
     EXPECT_EQ(CCur().FromBCD(bcd, 6, 0, false).Value(), 1234560000);
     Cur(123456).ToBCD(reinterpret_cast<char*>(bcd), 6, 0, true);
     EXPECT_EQ(bcd[0], 0x56);
@@ -186,9 +180,7 @@ TEST(CalendarDays, GregorianAndJulian)
         ASSERT_EQ(MDY2GD(m, d, y), gd);
     }
     GD2MDY(feb29, &m, &d, &y);
-    EXPECT_EQ(m, 2);
-    EXPECT_EQ(d, 29);
-    EXPECT_EQ(y, 2000);
+    EXPECT_EQ(std::make_tuple(m, d, y), std::make_tuple(2, 29, 2000));
 
     EXPECT_DOUBLE_EQ(CAL2JD(1, 1, 2000, 0, 0, 0, 0), 2451544.5);
     EXPECT_DOUBLE_EQ(CAL2JD(1, 1, 2000, 6, 0, 0, 0), 2451544.75);
@@ -215,18 +207,11 @@ TEST(DisplayFormat, TablesHosesAndTags)
     }
     EXPECT_EQ(FormatToDecimals(0), 0);
     EXPECT_EQ(FormatToWidth(22), 0);
-    EXPECT_EQ(FormatToTolerance(2).Value(), 500);
-    EXPECT_EQ(FormatToTolerance(15).Value(), 50000000);
-    EXPECT_EQ(FormatToTolerance(4).Value(), 50000);
-    EXPECT_EQ(FormatToTolerance(1).Value(), 50);
+    for (const auto& [f, raw] : {std::pair{2, 500LL}, {15, 50000000LL}, {4, 50000LL}, {1, 50LL}})
+        EXPECT_EQ(FormatToTolerance(f).Value(), raw) << f;
 
-    EXPECT_EQ(THose2Num(0x0C), 3);
-    EXPECT_EQ(THose2Num(0x80), 8);
-    EXPECT_EQ(THose2Num(0), -1);
-    EXPECT_EQ(Num2THose(1), 1);
-    EXPECT_EQ(Num2THose(8), 0x80);
-    EXPECT_EQ(Num2THose(9), 0);
-    EXPECT_EQ(Num2THose(0), 0);
+    EXPECT_EQ(std::make_tuple(THose2Num(0x0C), THose2Num(0x80), THose2Num(0)), std::make_tuple(3, 8, -1));
+    EXPECT_EQ(std::make_tuple(Num2THose(1), Num2THose(8), Num2THose(9), Num2THose(0)), std::make_tuple(1, 0x80, 0, 0));
 
     EXPECT_EQ(Tag2Int64(CStr("1aF")), 0x1AF);
     EXPECT_EQ(Tag2Int64(CStr("G")), 'G' - 48);  // no character is refused

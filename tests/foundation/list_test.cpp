@@ -58,8 +58,7 @@ TEST(CKVList, AppendInsertDeleteAndOrdinals)
         list.SetCursor(a, 2);
         EXPECT_EQ(list.ByOrdinal(2), a);  // not below the index: from the cursor
         EXPECT_EQ(list.ByOrdinal(3), b);
-        EXPECT_EQ(list.ByOrdinal(1), a);  // below: from the head
-        EXPECT_EQ(list.Index(), 1);
+        EXPECT_TRUE(list.ByOrdinal(1) == a && list.Index() == 1);  // below: from the head
 
         Item* z = list.Insert(new Item(0));  // on the head: becomes the head
         EXPECT_TRUE(list.Head() == z && list.Index() == 1 && a->RefCount() == 2);
@@ -71,13 +70,11 @@ TEST(CKVList, AppendInsertDeleteAndOrdinals)
         // Deleting the last: null cursor, index kept, tail on the former second-to-last.
         list.ByOrdinal(4);
         EXPECT_EQ(list.Delete(), nullptr);
-        EXPECT_EQ(list.Index(), 4);
-        EXPECT_EQ(list.Tail()->ID(), 15);
+        EXPECT_TRUE(list.Index() == 4 && list.Tail()->ID() == 15);
         EXPECT_EQ(Live(), base + 3);
         list.ByOrdinal(2);
         EXPECT_EQ(list.Delete()->ID(), 15);  // the cursor moves to the follower
-        EXPECT_EQ(list.Index(), 2);
-        EXPECT_EQ(list.Head()->RefCount(), 1);
+        EXPECT_TRUE(list.Index() == 2 && list.Head()->RefCount() == 1);
         list.Delete();
         EXPECT_EQ(list.Delete(), nullptr);  // no cursor: nothing
         list.Insert(new Item(20));           // no cursor: appends
@@ -155,21 +152,17 @@ TEST(CObjectList, SortModesReplaceEqualKeys)
         for (long id : {1, 2, 3, 4})
             byNumber.Add(new Item(id, id == 1 ? 30 : id == 3 ? 20 : 10));
         EXPECT_EQ(Ids(byNumber), (std::vector<long>{4, 3, 1}));
-        EXPECT_EQ(byNumber.FindByNumber(20)->ID(), 3);
-        EXPECT_EQ(byNumber.Index(), 2);
+        EXPECT_TRUE(byNumber.FindByNumber(20)->ID() == 3 && byNumber.Index() == 2);
 
         Objects byName(nullptr, 3);
         int id = 0;
         for (const char* name : {"pump", "PUMP", "hose", "Tank"})
             byName.Add(new Item(++id, 0, name));
         EXPECT_EQ(Ids(byName), (std::vector<long>{3, 2, 4}));
-        EXPECT_EQ(byName.FindByName(CStr("TANK"))->ID(), 4);
-        EXPECT_EQ(byName.Index(), 3);
+        EXPECT_TRUE(byName.FindByName(CStr("TANK"))->ID() == 4 && byName.Index() == 3);
         EXPECT_EQ(byName.FindByID(2)->ID(), 2);
-        EXPECT_EQ(byName.FindByName(CStr("grade")), nullptr);
-        EXPECT_EQ(byName.Current(), nullptr);
-        EXPECT_EQ(byName.FindByID(8), nullptr);
-        EXPECT_EQ(byName.FindByNumber(8), nullptr);
+        EXPECT_TRUE(!byName.FindByName(CStr("grade")) && !byName.Current());
+        EXPECT_TRUE(!byName.FindByID(8) && !byName.FindByNumber(8));
 
         Objects arrival;
         arrival.Add(new Item(2));
@@ -178,8 +171,7 @@ TEST(CObjectList, SortModesReplaceEqualKeys)
 
         Objects none(nullptr, 5);
         Item loose(1);
-        EXPECT_EQ(none.Add(&loose), nullptr);
-        EXPECT_EQ(none.Items(), 0);
+        EXPECT_TRUE(!none.Add(&loose) && none.Items() == 0);
     }
     EXPECT_EQ(Live(), base);
 }

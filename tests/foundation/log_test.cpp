@@ -10,26 +10,11 @@
 #include <vector>
 
 #include "foundation/log.h"
+#include "rpc/net_fixture.h"
 
 namespace {
 
-struct TempDir {
-    std::string path;
-    TempDir()
-    {
-        std::string tmpl = (std::filesystem::temp_directory_path() / "kvlog.XXXXXX").string();
-        path = mkdtemp(tmpl.data());
-    }
-    ~TempDir() { std::filesystem::remove_all(path); }
-};
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using kvtest::ReadFile;
 
 std::vector<std::string> Lines(const std::string& path)
 {
@@ -55,8 +40,8 @@ CDate SecondsAgo(int s) { return CDate::FromTicks(CDate().Now().Ticks() - s * CD
 
 TEST(CLog, RotationKeepsTheNewestArchives)
 {
-    TempDir dir;
-    const std::string base = dir.path + "/trace";
+    kvtest::TempDir dir;
+    const std::string base = dir / "trace";
     CLog log(base.c_str(), "T", 0, 100, 2, false, true);
     for (char c : {'A', 'B', 'C'})
         log.Log("%s", std::string(150, c).c_str());
@@ -66,7 +51,7 @@ TEST(CLog, RotationKeepsTheNewestArchives)
     EXPECT_FALSE(Exists(base + ".L03"));
 
     // Reopened per line: rotated right after the line that passed the size.
-    const std::string other = dir.path + "/closed";
+    const std::string other = dir / "closed";
     CLog closed(other.c_str(), "", 0, 40, 3, false, false);
     for (int i = 0; i < 5; ++i)
         closed.Log("%040d", i);
@@ -77,8 +62,8 @@ TEST(CLog, RotationKeepsTheNewestArchives)
 
 TEST(CLog, StampsTimeLinesAndLevels)
 {
-    TempDir dir;
-    const std::string base = dir.path + "/trace";
+    kvtest::TempDir dir;
+    const std::string base = dir / "trace";
     CLog log(base.c_str(), "Trace", 1, 1 << 20, 2, true, false);
     log.Log("one");
     log.SetLastTime(SecondsAgo(61));
@@ -96,17 +81,14 @@ TEST(CLog, StampsTimeLinesAndLevels)
     const std::vector<std::string> l = Lines(base + ".L00");
     ASSERT_EQ(l.size(), 9u);
     EXPECT_TRUE(Ends(l[0], " ***START <Trace>")) << l[0];
-    EXPECT_TRUE(Matches(l[1], " *[0-9]+ms one")) << l[1];
-    EXPECT_TRUE(Matches(l[2], "[^ ].* \\*\\*\\*\\*TIME <Trace>")) << l[2];
-    EXPECT_TRUE(Matches(l[3], " *[0-9]+ms two 2"));
-    EXPECT_TRUE(Matches(l[4], " *[0-9]+ms three"));
-    EXPECT_TRUE(Matches(l[5], " *[0-9]+ms four"));
-    EXPECT_TRUE(Matches(l[6], " *[0-9]+ms level one"));
-    EXPECT_TRUE(Matches(l[7], " *[0-9]+ms level three"));
-    EXPECT_TRUE(Matches(l[8], "[^ ].* \\*\\*\\*ERROR line 42 in <pump.cpp> bad state")) << l[8];
+    const char* const stamped[] = {" *[0-9]+ms one", "[^ ].* \\*\\*\\*\\*TIME <Trace>", " *[0-9]+ms two 2",
+                                   " *[0-9]+ms three", " *[0-9]+ms four", " *[0-9]+ms level one",
+                                   " *[0-9]+ms level three", "[^ ].* \\*\\*\\*ERROR line 42 in <pump.cpp> bad state"};
+    for (size_t i = 0; i < std::size(stamped); ++i)
+        EXPECT_TRUE(Matches(l[i + 1], stamped[i])) << l[i + 1];
 
     // No title: no TIME line. Then the other stamp modes.
-    const std::string plain = dir.path + "/plain";
+    const std::string plain = dir / "plain";
     CLog untitled(plain.c_str(), "", 1, 1 << 20, 2, true, false);
     untitled.SetLastTime(CDate());
     untitled.Log("x");
@@ -124,8 +106,8 @@ TEST(CLog, StampsTimeLinesAndLevels)
 
 TEST(CLog, AlarmRecordsUseBothTagTables)
 {
-    TempDir dir;
-    const std::string base = dir.path + "/KVAlarms";
+    kvtest::TempDir dir;
+    const std::string base = dir / "KVAlarms";
     CLog alarms(base.c_str(), "", 0, 524288, 3, true, false);
     alarms.LogAlarm(1, 3, 12, -34, "pump %d", 7);
     alarms.LogAlarm(5, 0, 0xABC, 1, "id");
@@ -137,18 +119,15 @@ TEST(CLog, AlarmRecordsUseBothTagTables)
     ASSERT_EQ(l.size(), 6u);  // no title: no START line
     for (std::string& line : l)
         line.erase(0, line.find(',') + 1);  // the date has no comma in the default locale
-    EXPECT_EQ(l[0], "PUMP,STOP,    12,   -34,\"pump 7\"");
-    EXPECT_EQ(l[1], "KVID,INIT,000ABC,     1,\"id\"");
-    EXPECT_EQ(l[2], "PUMP,*UNK,     0,     0,\"odd type\"");
-    EXPECT_EQ(l[3], "*UNK,*UNK,     0,     0,\"x\"");
-    EXPECT_EQ(l[4], "*UNK,RSET,     0,     0,\"y\"");
-    EXPECT_EQ(l[5], "POS ,MEM ,     0,     0,\"z\"");
+    EXPECT_EQ(l, (std::vector<std::string>{"PUMP,STOP,    12,   -34,\"pump 7\"", "KVID,INIT,000ABC,     1,\"id\"",
+                                          "PUMP,*UNK,     0,     0,\"odd type\"", "*UNK,*UNK,     0,     0,\"x\"",
+                                          "*UNK,RSET,     0,     0,\"y\"", "POS ,MEM ,     0,     0,\"z\""}));
 }
 
 TEST(CLog, MessageDumps)
 {
-    TempDir dir;
-    const std::string base = dir.path + "/msg";
+    kvtest::TempDir dir;
+    const std::string base = dir / "msg";
     CLog log(base.c_str(), "", 0, 1 << 20, 2, false, false);
     const unsigned char ok[] = {'O', 'K', 13, 10}, digits[] = {'1', 'A'}, runs[] = {0, 'a', 'b', 0xFF, '"'};
     log.LogMsg("IN", "Call", ok, 4, 3, 2);
@@ -177,8 +156,8 @@ TEST(CLog, MessageDumps)
 
 TEST(CLog, CloseEndsOutputAndMovingDropsOrKeepsTheFile)
 {
-    TempDir dir;
-    const std::string base = dir.path + "/trace";
+    kvtest::TempDir dir;
+    const std::string base = dir / "trace";
     {
         CLog log(base.c_str(), "T", 0, 1 << 20, 2, true, false);
         log.Close();
@@ -190,7 +169,7 @@ TEST(CLog, CloseEndsOutputAndMovingDropsOrKeepsTheFile)
     ASSERT_EQ(l.size(), 2u);  // START, STOP; nothing after Close(), no second STOP
     EXPECT_TRUE(Ends(l[1], " ****STOP <T>"));
 
-    const std::string oldDir = dir.path + "/old", newDir = dir.path + "/new";
+    const std::string oldDir = dir / "old", newDir = dir / "new";
     std::filesystem::create_directory(oldDir);
     std::filesystem::create_directory(newDir);
     CLog log((oldDir + "/KVClient001").c_str(), "KV", 1, 2098000, 20, true, false);
@@ -206,7 +185,7 @@ TEST(CLog, CloseEndsOutputAndMovingDropsOrKeepsTheFile)
 
     // The same directory, also when it differs only in case: the file is kept and gets STOP.
     log.SetPathSizeArchives(CStr(newDir.c_str()), 1450000, 10);
-    log.SetPathSizeArchives(CStr((dir.path + "/NEW").c_str()), 1450000, 10);
+    log.SetPathSizeArchives(CStr((dir / "NEW").c_str()), 1450000, 10);
     l = Lines(moved);
     ASSERT_EQ(l.size(), 4u);
     EXPECT_TRUE(Ends(l[1], " ****STOP <KV>") && Ends(l[2], " ***START <KV>") && Ends(l[3], " ****STOP <KV>"));
@@ -222,13 +201,13 @@ TEST(CLog, ClientOutputAndThreads)
         void SocketOutput(const char* text) override { sent += text; }
         std::string sent;
     };
-    TempDir dir;
-    Capturing remote((dir.path + "/missing/dir/log").c_str(), "", 0, 1 << 20, 2, false, false);
+    kvtest::TempDir dir;
+    Capturing remote((dir / "missing/dir/log").c_str(), "", 0, 1 << 20, 2, false, false);
     remote.SetToClients(true);
     remote.Log("to clients");  // the file cannot be opened: clients still get the line
     EXPECT_EQ(remote.sent, "to clients\n");
 
-    const std::string base = dir.path + "/mt";
+    const std::string base = dir / "mt";
     {
         CLog log(base.c_str(), "", 0, 1 << 30, 2, false, false);
         std::vector<std::thread> threads;

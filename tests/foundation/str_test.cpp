@@ -24,8 +24,7 @@ TEST(CStrStorage, UnsetEmptyAndNarrowCopy)
     EXPECT_STREQ(static_cast<char*>(unset), "<null>");
 
     CStr empty("");
-    EXPECT_TRUE(empty.IsSet());
-    EXPECT_EQ(empty.Length(), 0);
+    EXPECT_TRUE(empty.IsSet() && empty.Length() == 0);
     EXPECT_STREQ(static_cast<char*>(empty), "");
     // The empty text is shared, not the string's own copy.
     EXPECT_EQ(static_cast<char*>(empty), static_cast<char*>(CStr("")));
@@ -53,17 +52,16 @@ TEST(CStrStorage, UnsetEmptyAndNarrowCopy)
 
 TEST(CStrStorage, CapacityGrowthAndInstanceCount)
 {
-    EXPECT_EQ(CStr(std::string(30, 'a').c_str()).Capacity(), 32);
-    EXPECT_EQ(CStr(std::string(31, 'a').c_str()).Capacity(), 64);
-    EXPECT_EQ(CStr("").Capacity(), 32);
+    EXPECT_EQ(std::make_tuple(CStr(std::string(30, 'a').c_str()).Capacity(), CStr(std::string(31, 'a').c_str()).Capacity(),
+                              CStr("").Capacity()),
+              std::make_tuple(32, 64, 32));
 
     // Capacity never shrinks; keep carries the text across a growth.
     CStr s(std::string(40, 'x').c_str());
     s = "a";
     EXPECT_EQ(s.Capacity(), 64);
     s.SetBuffer(100, true);
-    EXPECT_EQ(s.Capacity(), 128);
-    EXPECT_EQ(Narrow(s), "a");
+    EXPECT_TRUE(s.Capacity() == 128 && Narrow(s) == "a");
     s.SetBuffer(200, false);
     EXPECT_EQ(s.Length(), 0);
     s = "b";
@@ -71,9 +69,7 @@ TEST(CStrStorage, CapacityGrowthAndInstanceCount)
     EXPECT_EQ(Narrow(s), "b");
 
     CStr resource(7L);
-    EXPECT_TRUE(resource.IsSet());
-    EXPECT_EQ(resource.Length(), 0);
-    EXPECT_EQ(resource.Capacity(), 288);
+    EXPECT_TRUE(resource.IsSet() && resource.Length() == 0 && resource.Capacity() == 288);
 
     int before = CStr::InstanceCount();
     {
@@ -96,8 +92,7 @@ TEST(CStrStorage, AppendAndWideConstruction)
     s += "";
     EXPECT_FALSE(s.IsSet());  // empty narrow append leaves unset alone
     s += CStr();
-    EXPECT_TRUE(s.IsSet());
-    EXPECT_EQ(s.Length(), 0);
+    EXPECT_TRUE(s.IsSet() && s.Length() == 0);
     s += "ab";
     s += L'c';
     s += CStr(L"de");
@@ -113,8 +108,7 @@ TEST(CStrStorage, AppendAndWideConstruction)
     CStr conv("hello world", 5);
     EXPECT_EQ(Narrow(conv), "hello");
     CStr padded("hi", 4);  // the length is what was asked for
-    EXPECT_EQ(padded.Length(), 4);
-    EXPECT_EQ(padded.Char(3), 0);
+    EXPECT_TRUE(padded.Length() == 4 && padded.Char(3) == 0);
 
     CStr part;
     part.Assign(L"abcdef", 3);
@@ -142,8 +136,7 @@ TEST(CStrParse, IntegersDecimalsAndHex)
         EXPECT_EQ(static_cast<long>(CStr(c.text)), c.asLong) << c.text;
         EXPECT_DOUBLE_EQ(static_cast<double>(CStr(c.text)), c.asDouble) << c.text;
     }
-    EXPECT_EQ(static_cast<long>(CStr()), 0);
-    EXPECT_EQ(static_cast<double>(CStr()), 0.0);
+    EXPECT_TRUE(static_cast<long>(CStr()) == 0 && static_cast<double>(CStr()) == 0.0);
     EXPECT_EQ(static_cast<long long>(CStr("-9,223,372,036,854,775,807")), -9223372036854775807LL);
     EXPECT_EQ(static_cast<long long>(CStr("18446744073709551617")), 1);
 
@@ -155,9 +148,9 @@ TEST(CStrParse, IntegersDecimalsAndHex)
 TEST(CStrCompare, CompareAndAt)
 {
     CStr unset;
-    EXPECT_EQ(unset.Compare(""), 0);
-    EXPECT_EQ(unset.Compare(static_cast<const char*>(nullptr)), -1);
-    EXPECT_EQ(CStr("abc").Compare(static_cast<const char*>(nullptr)), -1);
+    EXPECT_EQ(std::make_tuple(unset.Compare(""), unset.Compare(static_cast<const char*>(nullptr)),
+                              CStr("abc").Compare(static_cast<const char*>(nullptr))),
+              std::make_tuple(0, -1, -1));
     const std::tuple<const char*, const char*, int, int> pairs[] = {
         // text, other, Compare(char*), Compare(CStr)
         {"abc", "abc", 0, 0}, {"abc", "ABC", 1, 0}, {"abc", "ABD", 1, -1}, {"ab", "abc", -1, -1},
@@ -171,39 +164,31 @@ TEST(CStrCompare, CompareAndAt)
     EXPECT_EQ(unset.Compare(CStr("")), 0);
 
     CStr s("abcbc");
-    EXPECT_EQ(s.At(CStr("bc"), 1), 2);
-    EXPECT_EQ(s.At(CStr("bc"), 3), 4);
-    EXPECT_EQ(s.At(CStr("x"), 1), 0);
-    EXPECT_EQ(s.At(CStr("abcbc"), 1), 1);
-    EXPECT_EQ(s.At(CStr("abcbcx"), 1), 0);
-    EXPECT_EQ(s.At(CStr(), 3), 3);
-    EXPECT_EQ(s.At(CStr(""), 7), 7);
-    EXPECT_EQ(unset.At(CStr("a"), 1), 0);
+    for (const auto& [what, from, at] :
+         {std::tuple{"bc", 1, 2}, {"bc", 3, 4}, {"x", 1, 0}, {"abcbc", 1, 1}, {"abcbcx", 1, 0}, {"", 7, 7}})
+        EXPECT_EQ(s.At(CStr(what), from), at) << what << " " << from;
+    EXPECT_EQ(std::make_tuple(s.At(CStr(), 3), unset.At(CStr("a"), 1)), std::make_tuple(3, 0));
     EXPECT_EQ(s.At(CStr("a"), -5), 1);  // nothing before position 1 is searched
 }
 
 TEST(CStrEdit, MidTrimAndIndex)
 {
-    EXPECT_EQ(Narrow(CStr("hello").Mid(2, 100)), "ello");
-    EXPECT_EQ(Narrow(CStr("hello").Mid(0, 2)), "he");
-    EXPECT_EQ(Narrow(CStr("hello").Mid(3, -2)), "");
-    EXPECT_EQ(Narrow(CStr("hello").Mid(9, 2)), "");
+    for (const auto& [from, n, part] : {std::tuple<short, short, const char*>{2, 100, "ello"}, {0, 2, "he"}, {3, -2, ""},
+                                        {9, 2, ""}})
+        EXPECT_EQ(Narrow(CStr("hello").Mid(from, n)), part) << from << " " << n;
     EXPECT_FALSE(CStr().Mid(1, 2).IsSet());
 
-    EXPECT_EQ(Narrow(CStr("  a b  ").LTrim()), "a b  ");
-    EXPECT_EQ(Narrow(CStr("  a b  ").RTrim()), "  a b");
-    EXPECT_EQ(CStr("    ").LTrim().Length(), 0);
-    EXPECT_EQ(Narrow(CStr("\ta").LTrim()), "\ta");
+    EXPECT_EQ(std::make_tuple(Narrow(CStr("  a b  ").LTrim()), Narrow(CStr("  a b  ").RTrim()),
+                              Narrow(CStr("    ").LTrim()), Narrow(CStr("\ta").LTrim())),
+              std::make_tuple("a b  ", "  a b", "", "\ta"));
     EXPECT_FALSE(CStr().RTrim().IsSet());
 
     CStr s("abc");
     s[2] = L'X';
     EXPECT_EQ(Narrow(s), "aXc");
     wchar_t& err = s[0];
-    EXPECT_EQ(&s[4], &err);
-    EXPECT_EQ(&CStr()[1], &err);
+    EXPECT_TRUE(&s[4] == &err && &CStr()[1] == &err && &s[3] != &err);
     EXPECT_EQ(&s[65537], &err);  // not position 1 by truncation
-    EXPECT_NE(&s[3], &err);
 }
 
 TEST(CStrEdit, ReplicatePadAndHex)
@@ -214,9 +199,9 @@ TEST(CStrEdit, ReplicatePadAndHex)
     r.Replicate(-4, L'*');
     EXPECT_EQ(r.Length(), 0);
 
-    EXPECT_EQ(Narrow(CStr("42").LeftPad(5, L'0')), "00042");
-    EXPECT_EQ(Narrow(CStr("42").Pad(5, L'.')), "42...");
-    EXPECT_EQ(Narrow(CStr("12345").LeftPad(3, L'0')), "12345");
+    EXPECT_EQ(std::make_tuple(Narrow(CStr("42").LeftPad(5, L'0')), Narrow(CStr("42").Pad(5, L'.')),
+                              Narrow(CStr("12345").LeftPad(3, L'0'))),
+              std::make_tuple("00042", "42...", "12345"));
     // Growth loses the old text: only pad characters remain.
     CStr grown("abc");
     ASSERT_EQ(grown.Capacity(), 32);

@@ -1,14 +1,28 @@
-// docs/protocol.md against the tables that the code is built from, in both directions.
+// The proxies' tables: docs/protocol.md against the tables that the code is built from, in
+// both directions; each proxy class against a scripted peer, addressing its own interface;
+// and the client interface's rows that are never sent again after a reconnect. (What a row
+// sends follows from its table entry; the packing is the transport's, tested there.)
 #include <gtest/gtest.h>
 #include <map>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
+#include "common/wire.h"
 #include "proxies/registry.h"
-#include "rpc/net_fixture.h"
+#include "rpc/rpc_fixture.h"
+
+using kvtest::Wire;
 
 namespace {
+
+template <class P>
+struct Rig {
+    kvtest::TempDir dir;
+    CTestProcess proc{dir};
+    CFakeLink link{&proc};
+    P px{&proc, &link, kClientId};
+};
 
 struct DocRow {
     std::string where;   // "CIPump 17 GetStatus (line 123)"
@@ -179,4 +193,46 @@ TEST(ProtocolDoc, NamesTheRowThatDrifts)
         const std::string diff = Joined(Compare(copy));
         EXPECT_NE(std::string::npos, diff.find(d.expected)) << d.expected << "\n" << diff;
     }
+}
+
+TEST(CIProxies, EachClassAddressesItsOwnInterface)
+{
+    auto check = []<class P>(P*) {
+        Rig<P> r;
+        r.link.peer = [&r](TIMsg& m) {
+            TIMsg reply = ReplyTo(m);
+            const auto data = Wire().PL(31).End();
+            reply.h.length = static_cast<uint16_t>(data.size());
+            std::copy(data.begin(), data.end(), reply.data);
+            r.link.Push(reply);
+        };
+        long number = 0;
+        EXPECT_EQ(0, r.px.GetNumber(7, &number));
+        const TIMsgHeader& h = r.link.sent.back().h;
+        EXPECT_TRUE(h.type == P::kType && r.px.ObjectType() == P::kType && h.version == 0 &&
+                    r.px.InterfaceVersion() == 0 && h.function == 9 && h.object == 7 && number == 31)
+            << P::kModule;
+        EXPECT_EQ(Wire().PL(0).End(), Data(r.link.sent.back()));
+        for (const MethodInfo* m : P::kMethods)
+            EXPECT_TRUE(m->iface == P::kType && std::string(m->module) == P::kModule) << m->name;
+    };
+    std::apply([&](auto... p) { (check(p), ...); },
+               std::tuple<CIClient*, CIPump*, CIHose*, CIGrade*, CITank*, CIPort*, CIDelivery*, CIAttendant*, CIZigBee*,
+                          CICardClient*, CICardRead*, CILogEvent*, CISensor*, CIProduct*, CISaleItem*>{});
+}
+
+TEST(CIClient, SessionRowsAreNeverRetriedAfterAReconnect)
+{
+    Rig<CIClient> r;
+    const long me = 12;
+    r.link.failWrites = 100;
+    EXPECT_EQ(-14, r.px.Logon(me, CStr("POS Client")));
+    EXPECT_EQ(-14, r.px.Logoff(me));
+    EXPECT_EQ(-14, r.px.RegisterInterface(me, 2));
+    EXPECT_EQ(-14, r.px.Reconnect(me, 1LL << 40));
+    long long session = 0;
+    EXPECT_EQ(-14, r.px.GetSessionID(me, &session));
+    EXPECT_EQ(0, r.proc.reconnects);
+    EXPECT_EQ(-14, r.px.AllStop(me));
+    EXPECT_EQ(2, r.proc.reconnects);
 }

@@ -22,8 +22,8 @@ TEST(CForecourtPump, StateMachineFromLiftOrFromAuthorisation)
     m.fc.Advance(1000);
     EXPECT_EQ(SR_OK, m.fc.Hang(p));
     EXPECT_EQ((std::vector<long>{PS_CALLING, PS_DELIVERING, PS_STOPPED, PS_DELIVERING, PS_IDLE}), m.sink.States(id));
-    EXPECT_EQ(RawOf(1.2), m.Last(p).volume);   // two seconds at 0.6 l/s
-    EXPECT_EQ(DS_COMPLETED, m.Last(p).state);
+    // Two seconds at 0.6 l/s.
+    EXPECT_EQ(std::make_tuple(RawOf(1.2), long{DS_COMPLETED}), std::make_tuple(m.Last(p).volume, m.Last(p).state));
 
     // Authorise first: the lift of a hose the authorisation excludes only calls.
     m.sink.Clear();
@@ -61,18 +61,15 @@ TEST(CForecourtPump, AmountsFollowThePriceLevelAndPresetsStopExactly)
     Model m;
     // 6 l of Unleaded 95 at level 1 (1.459): 8.754 rounds to 8.75.
     CSimDelivery& d = m.Sale(1, 10000);
-    EXPECT_EQ(RawOf(6), d.volume);
-    EXPECT_EQ(RawOf(1.459), d.price);
-    EXPECT_EQ(RawOf(8.75), d.money);
-    EXPECT_EQ(1, d.priceLevel);
+    EXPECT_EQ(std::make_tuple(RawOf(6), RawOf(1.459), RawOf(8.75), 1),
+              std::make_tuple(d.volume, d.price, d.money, d.priceLevel));
     // Pump 5 sells at level 2 by default; a preset may ask for level 1 instead.
     EXPECT_EQ(RawOf(1.419), m.Sale(5, 1000).price);
     CSimPump& p5 = m.Pump(5);
     EXPECT_EQ(SR_OK, m.Pumps().LoadPreset(&p5, PRESET_VOLUME, Money(1), 1, 0));
     EXPECT_EQ(SR_OK, m.fc.Lift(p5, 1));
     m.fc.Advance(60000);
-    EXPECT_EQ(RawOf(1.459), m.Last(p5).price);
-    EXPECT_EQ(RawOf(1), m.Last(p5).volume);
+    EXPECT_EQ(std::make_tuple(RawOf(1.459), RawOf(1)), std::make_tuple(m.Last(p5).price, m.Last(p5).volume));
 
     // A money preset stops at the least volume whose money rounds to it.
     CSimPump& p = m.Pump(2);
@@ -83,22 +80,19 @@ TEST(CForecourtPump, AmountsFollowThePriceLevelAndPresetsStopExactly)
     m.fc.Advance(60000);
     CSimDelivery& preset = m.Last(p);
     EXPECT_EQ(PS_FINISHED, m.fc.StateOf(p));
-    EXPECT_EQ(RawOf(20), preset.money);
-    EXPECT_EQ(137046, preset.volume);                                     // 13.7046 l
+    EXPECT_EQ(std::make_tuple(RawOf(20), Raw{137046}, RawOf(20), PRESET_MONEY),   // 13.7046 l
+              std::make_tuple(preset.money, preset.volume, preset.authorised, preset.presetType));
     EXPECT_EQ(RawOf(19.99), CForecourt::Money(preset.volume - 1, preset.price));
-    EXPECT_EQ(RawOf(20), preset.authorised);
-    EXPECT_EQ(PRESET_MONEY, preset.presetType);
 
     // The tank lost both sales of its grade, the hose's totals moved on.
     CSimTank* tank = m.fc.Tank(preset.tankId);
     EXPECT_EQ(RawOf(28500 - 6 - 0.6 - 1) - preset.volume, tank->volume);
     CSimHose* hose = m.fc.Hose(preset.hoseId);
-    EXPECT_EQ(preset.volume, hose->volumeTotal - hose->prevVolumeTotal);
-    EXPECT_EQ(preset.volBefore, hose->prevVolumeTotal);
-    EXPECT_EQ(preset.moneyAfter, hose->moneyTotal);
-    EXPECT_EQ(4, m.sink.Count(TSimEvent::DBLogDelivery));
-    EXPECT_EQ(4, m.sink.Count(TSimEvent::DBHoseTotals));
-    EXPECT_EQ(4, m.sink.Count(TSimEvent::DBTankStatus));
+    EXPECT_EQ(std::make_tuple(preset.volume, preset.volBefore, preset.moneyAfter),
+              std::make_tuple(hose->volumeTotal - hose->prevVolumeTotal, hose->prevVolumeTotal, hose->moneyTotal));
+    EXPECT_EQ(std::make_tuple(4, 4, 4), std::make_tuple(m.sink.Count(TSimEvent::DBLogDelivery),
+                                                        m.sink.Count(TSimEvent::DBHoseTotals),
+                                                        m.sink.Count(TSimEvent::DBTankStatus)));
 
     // A price change reaches the grade's hoses; bad presets are refused.
     EXPECT_EQ(SR_OK, m.fc.Grades().SetPrice(m.fc.Grade(preset.gradeId), 1, Money(1.5)));
@@ -132,10 +126,8 @@ TEST(CForecourtPump, PrepayBelongsToTheReservingClient)
     m.fc.Advance(3000);
     EXPECT_EQ(SR_OK, m.fc.Hang(p));   // the customer stopped early: a refund is due
     CSimDelivery& d = m.Last(p);
-    EXPECT_EQ(DT_PREPAY, d.type);
-    EXPECT_EQ(11, d.reserveClient);
-    EXPECT_EQ(RawOf(10), d.authorised);
-    EXPECT_EQ(RawOf(10) - d.money, d.refund);
+    EXPECT_EQ(std::make_tuple(long{DT_PREPAY}, 11L, RawOf(10), RawOf(10) - d.money),
+              std::make_tuple(d.type, d.reserveClient, d.authorised, d.refund));
     EXPECT_EQ(RES_NONE, p.reserveType);   // the reservation ends with its delivery
     EXPECT_EQ(SR_NOT_RESERVED, m.Pumps().PrepayCancel(&p, 11));
 
@@ -160,12 +152,10 @@ TEST(CForecourtPump, AttendantTagAndStackRules)
     EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
     m.fc.Advance(1000);
     EXPECT_EQ(SR_OK, m.fc.Hang(p));
-    EXPECT_EQ(DT_ATTENDANT, m.Last(p).type);
-    EXPECT_EQ(601, m.Last(p).attendantId);
+    EXPECT_EQ(std::make_tuple(long{DT_ATTENDANT}, 601L), std::make_tuple(m.Last(p).type, m.Last(p).attendantId));
     short on = 0, count = 0;
     EXPECT_EQ(SR_OK, m.fc.Attendants().GetState(alice, &on, &count));
-    EXPECT_EQ(1, on);
-    EXPECT_EQ(1, count);
+    EXPECT_EQ(std::make_tuple(1, 1), std::make_tuple(on, count));
     EXPECT_EQ(1, m.sink.Count(TSimEvent::DBAttendantLogon));
 
     // Tags: an attendant's tag or a card client's card authorises, others do not.
@@ -181,8 +171,7 @@ TEST(CForecourtPump, AttendantTagAndStackRules)
     EXPECT_EQ(SR_STACK_FULL, m.Pumps().Authorise(&p));
     std::vector<CSimDelivery*> unpaid = m.fc.Unpaid(p);
     ASSERT_EQ(2u, unpaid.size());
-    EXPECT_EQ(DS_COMPLETED, unpaid[0]->state);
-    EXPECT_EQ(DS_STACKED, unpaid[1]->state);
+    EXPECT_EQ(std::make_tuple(long{DS_COMPLETED}, long{DS_STACKED}), std::make_tuple(unpaid[0]->state, unpaid[1]->state));
     EXPECT_EQ(SR_OK, m.fc.Clear(*unpaid[1], 11, CLEAR_CASH, false));
     EXPECT_EQ(SR_OK, m.Pumps().StackCurrentDelivery(&p));
     EXPECT_EQ(SR_NOT_FOUND, m.Pumps().StackCurrentDelivery(&p));
@@ -194,8 +183,7 @@ TEST(CForecourtPump, AttendantTagAndStackRules)
     EXPECT_EQ(SR_OK, m.Pumps().GetDeliveryProperties(&p, 0, &id, &hose, &state, nullptr, nullptr, nullptr, nullptr,
                                                       nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                       nullptr, nullptr, nullptr));
-    EXPECT_EQ(unpaid[0]->ID(), id);
-    EXPECT_EQ(DS_STACKED, state);
+    EXPECT_EQ(std::make_tuple(unpaid[0]->ID(), short{DS_STACKED}), std::make_tuple(id, state));
     EXPECT_EQ(SR_NOT_FOUND, m.Pumps().GetDeliveryProperties(&p, 1, &id, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                              nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                              nullptr, nullptr, nullptr, nullptr, nullptr));
@@ -205,6 +193,7 @@ TEST(CForecourtDelivery, LocksBelongToOneClient)
 {
     Model m;
     CSimDelivery& d = m.Sale(1, 2000);
+    m.sink.Clear();
     EXPECT_EQ(SR_OK, m.Deliveries().Lock(&d, 11));
     EXPECT_EQ(SR_OK, m.Deliveries().Lock(&d, 11));
     EXPECT_EQ(SR_LOCKED, m.Deliveries().Lock(&d, 12));
@@ -213,11 +202,11 @@ TEST(CForecourtDelivery, LocksBelongToOneClient)
     EXPECT_EQ(SR_LOCKED, m.Deliveries().Unlock(&d, 12));
     EXPECT_EQ(SR_OK, m.Deliveries().Unlock(&d, 11));
     EXPECT_EQ(SR_OK, m.Deliveries().LockAndClear(&d, 12, CLEAR_CARD));
-    EXPECT_EQ(DS_CLEARED, d.state);
-    EXPECT_EQ(12, d.clearedBy);
+    EXPECT_EQ(std::make_tuple(long{DS_CLEARED}, 12L), std::make_tuple(d.state, d.clearedBy));
     EXPECT_EQ(SR_CLEARED, m.Deliveries().Clear(&d, 12, CLEAR_CARD));
     EXPECT_EQ(SR_CLEARED, m.Deliveries().Lock(&d, 11));
     EXPECT_EQ(1, m.sink.Count(TSimEvent::DBClear));
+    EXPECT_EQ(3, m.sink.Count(TSimEvent::Delivery));   // lock, unlock and clear; nothing refused
 
     // A running delivery cannot be cleared; a pump test returns its fuel to the tank.
     CSimPump& p = m.Pump(2);
@@ -251,48 +240,36 @@ TEST(CForecourtDelivery, ListsFollowClearingAndAcknowledgements)
         EXPECT_EQ(SR_OK, (del.*f)(&n));
         return n;
     };
-    EXPECT_EQ(4, count(&CDeliveriesIf::AllCount));
-    EXPECT_EQ(4, count(&CDeliveriesIf::Count));
-    EXPECT_EQ(3, count(&CDeliveriesIf::CountNotLogged));   // the running one is not loggable yet
+    EXPECT_EQ(std::make_tuple(4, 4, 3),   // the running one is not loggable yet
+              std::make_tuple(count(&CDeliveriesIf::AllCount), count(&CDeliveriesIf::Count),
+                              count(&CDeliveriesIf::CountNotLogged)));
     EXPECT_EQ(SR_OK, del.Clear(&b, 11, CLEAR_CASH));
     EXPECT_EQ(SR_OK, del.AckDBLog(&a));
     EXPECT_EQ(SR_OK, del.AckVolLog(&c));
-    EXPECT_EQ(3, count(&CDeliveriesIf::Count));
-    EXPECT_EQ(2, count(&CDeliveriesIf::CountNotLogged));
-    EXPECT_EQ(2, count(&CDeliveriesIf::CountNotVolLogged));
+    EXPECT_EQ(std::make_tuple(3, 2, 2), std::make_tuple(count(&CDeliveriesIf::Count), count(&CDeliveriesIf::CountNotLogged),
+                                                        count(&CDeliveriesIf::CountNotVolLogged)));
     long id = 0;
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinal(2, &id));
-    EXPECT_EQ(c.ID(), id);
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinalNotLogged(1, &id));
-    EXPECT_EQ(b.ID(), id);
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinalNotVolLogged(2, &id));
-    EXPECT_EQ(b.ID(), id);
-    EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(4, &id));
-    EXPECT_EQ(SR_NOT_FOUND, del.GetIDByOrdinal(0, &id));
+    EXPECT_EQ(Got(del.GetIDByOrdinal(2, &id), id), std::make_tuple(SR_OK, c.ID()));
+    EXPECT_EQ(Got(del.GetIDByOrdinalNotLogged(1, &id), id), std::make_tuple(SR_OK, b.ID()));
+    EXPECT_EQ(Got(del.GetIDByOrdinalNotVolLogged(2, &id), id), std::make_tuple(SR_OK, b.ID()));
+    EXPECT_EQ(std::make_tuple(del.GetIDByOrdinal(4, &id), del.GetIDByOrdinal(0, &id)),
+              std::make_tuple(SR_NOT_FOUND, SR_NOT_FOUND));
 
-    // The filter: pump 1's deliveries, then only those not yet logged, then a date range
-    // that ends before anything finished.
-    const long any = -1;
-    long n = 0;
-    const CDate none;
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, a.pumpId, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, -1,
-                                       -1, any, any, -1, any, any, -1, none, none));
-    EXPECT_EQ(2, n);
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, a.pumpId, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, 0,
-                                       -1, any, any, -1, any, any, -1, none, none));
-    EXPECT_EQ(1, n);
-    EXPECT_EQ(SR_OK, del.GetIDByOrdinalFiletered(1, &id, a.pumpId, any, any, any, any, any, any, any, any, any, any,
-                                                 -1, -1, -1, 0, -1, any, any, -1, any, any, -1, none, none));
+    // The filter by pump, logged flag, state and clearing client, and finish date.
+    auto filtered = [&](long pump, long state, long clearedBy, short logged, const CDate& to) {
+        long n = -1;
+        const long any = -1;
+        EXPECT_EQ(SR_OK, del.CountFiltered(&n, pump, any, any, any, state, any, any, any, any, clearedBy, any, -1, -1,
+                                           -1, logged, -1, any, any, -1, any, any, -1, CDate(), to));
+        return n;
+    };
+    EXPECT_EQ(std::make_tuple(filtered(a.pumpId, -1, -1, -1, CDate()), filtered(a.pumpId, -1, -1, 0, CDate()),
+                              filtered(-1, DS_CLEARED, 11, -1, CDate()), filtered(-1, -1, -1, -1, CDate(86400L))),
+              std::make_tuple(2, 1, 1, 0));
+    EXPECT_EQ(SR_OK, del.GetIDByOrdinalFiletered(1, &id, a.pumpId, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0,
+                                                 -1, -1, -1, -1, -1, -1, -1, CDate(), CDate()));
     EXPECT_EQ(c.ID(), id);
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, any, any, any, any, DS_CLEARED, any, any, any, any, 11, any, -1, -1, -1, -1,
-                                       -1, any, any, -1, any, any, -1, none, none));
-    EXPECT_EQ(1, n);
-    EXPECT_EQ(SR_OK, del.CountFiltered(&n, any, any, any, any, any, any, any, any, any, any, any, -1, -1, -1, -1, -1,
-                                       any, any, -1, any, any, -1, none, CDate(86400L)));
-    EXPECT_EQ(0, n);
 
     // Only cleared deliveries may be deleted.
-    CSimDelivery* gone = &b;
-    EXPECT_TRUE(gone->CanDelete());
-    EXPECT_FALSE(a.CanDelete());
+    EXPECT_TRUE(b.CanDelete() && !a.CanDelete());
 }

@@ -9,11 +9,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "common/session.h"
 #include "rpc/net_fixture.h"
 #include "sim/serve_util.h"
 #include "sim/served.h"
@@ -22,6 +24,7 @@
 namespace simtest {
 
 using namespace sim;
+using kvtest::Got;
 
 inline const char* ForecourtIni() { return KV_SOURCE_DIR "/sim/forecourt.ini"; }
 
@@ -31,12 +34,9 @@ inline Raw RawOf(double v) { return CCur::FromDouble(v).Value(); }
 class CRecorder : public CSimSink {
 public:
     void Emit(const CSimEvent& e) override { events.push_back(e); }
-    int Count(TSimEvent k) const
+    long Count(TSimEvent k) const
     {
-        int n = 0;
-        for (const CSimEvent& e : events)
-            n += e.kind == k;
-        return n;
+        return std::count_if(events.begin(), events.end(), [k](const CSimEvent& e) { return e.kind == k; });
     }
     // The states a pump went through, in the order of its pump events.
     std::vector<long> States(long pumpId) const
@@ -102,28 +102,18 @@ public:
     CControlLine(const CControlLine&) = delete;
     CControlLine& operator=(const CControlLine&) = delete;
 
-    // Sends one command and returns the first line of its reply ("" on time-out).
+    // Sends one command and returns the first line of its reply ("" on time-out); the
+    // further lines of a multi-line reply are read and dropped.
     std::string operator()(const std::string& command)
     {
         const std::string line = command + "\n";
-        if (_fd < 0 || !kvtest::WriteAll(_fd, line.data(), line.size()))
-            return "";
         std::string reply;
         char ch;
-        for (;;) {
-            pollfd p{_fd, POLLIN, 0};
-            if (poll(&p, 1, 3000) <= 0 || recv(_fd, &ch, 1, 0) != 1)
-                return reply;
-            if (ch == '\n')
-                break;
+        if (_fd < 0 || !kvtest::WriteAll(_fd, line.data(), line.size()))
+            return reply;
+        while (kvtest::ReadAll(_fd, &ch, 1) && ch != '\n')
             reply += ch;
-        }
-        // Drain the further lines of a multi-line reply.
-        while (true) {
-            pollfd p{_fd, POLLIN, 0};
-            char buf[4096];
-            if (poll(&p, 1, 20) <= 0 || recv(_fd, buf, sizeof buf, 0) <= 0)
-                break;
+        while (!kvtest::Silent(_fd, 20) && kvtest::ReadAll(_fd, &ch, 1)) {
         }
         return reply;
     }
@@ -132,25 +122,22 @@ private:
     int _fd = -1;
 };
 
-// A running kvsim on free loopback ports, served by its own thread until destroyed.
+// A running kvsim on free loopback ports, served by its own thread until destroyed, and a
+// line client of its control port.
 struct LiveServer {
     kvtest::TempDir dir;
     CSimSettings settings;
     std::unique_ptr<CSimServer> server;
     std::atomic<bool> stop{false};
     std::thread thread;
+    std::unique_ptr<CControlLine> control;
 
     explicit LiveServer(CSimSettings s = {})
     {
         settings = s;
         settings.ini = ForecourtIni();
         settings.workDir = dir.Path();
-        if (settings.callPort < 0)
-            settings.callPort = 0;
-        if (settings.eventsPort < 0)
-            settings.eventsPort = 0;
-        if (settings.controlPort < 0)
-            settings.controlPort = 0;
+        settings.callPort = settings.eventsPort = settings.controlPort = 0;   // free ports
         server = std::make_unique<CSimServer>(settings, dir / "kvsim");
         std::string error;
         EXPECT_TRUE(server->Start(&error)) << error;
@@ -158,6 +145,7 @@ struct LiveServer {
             while (!stop)
                 server->Step(2);
         });
+        control = std::make_unique<CControlLine>(ControlPort());
     }
     ~LiveServer()
     {
@@ -167,6 +155,7 @@ struct LiveServer {
     unsigned short CallPort() const { return server->BoundCallPort(); }
     unsigned short EventsPort() const { return server->BoundEventsPort(); }
     unsigned short ControlPort() { return server->Control().Port(); }
+    std::string Command(const std::string& line) { return (*control)(line); }
 };
 
 }  // namespace simtest

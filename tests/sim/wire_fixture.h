@@ -1,18 +1,18 @@
 // A POS client of a live kvsim driven through the proxies, and what it receives.
 #pragma once
-#include <chrono>
+#include <algorithm>
 #include <functional>
 
 #include "proxies/IClient.h"
-#include "proxies/IDelivery.h"
 #include "proxies/IGrade.h"
 #include "proxies/IPort.h"
 #include "proxies/IPump.h"
+#include "common/session.h"
 #include "sim_fixture.h"
 
 namespace simtest {
 
-// A client-side events interface that records each call's function and leading values.
+// A client-side events interface that records each call's function and first value.
 class CCallLog : public CServerInterface<CIObject> {
 public:
     CCallLog(CProcess* p, long id, uint16_t type) : CServerInterface<CIObject>(p, nullptr, id), _type(type) {}
@@ -21,36 +21,19 @@ public:
     long ProcessCall(short function, CIObject*, CSocket*) override
     {
         InitUnpack();
-        Call c{function, 0, 0, 0};
-        Unpack(c.first);
-        if (_type == IF_EVENTS && (function == 27 || function == 13 || function == 16)) {
-            Unpack(c.second);
-            if (function != 16)
-                Unpack(c.third);   // the pump's state
-        }
-        calls.push_back(c);
+        calls.push_back({function, 0});
+        Unpack(calls.back().second);
         return 0;
     }
-    struct Call {
-        int function;
-        long first, second;
-        short third;
-    };
     int Count(int function) const
     {
-        int n = 0;
-        for (const Call& c : calls)
-            n += c.function == function;
-        return n;
+        return static_cast<int>(std::count_if(calls.begin(), calls.end(), [&](const auto& c) { return c.first == function; }));
     }
     bool Has(int function, long first) const
     {
-        for (const Call& c : calls)
-            if (c.function == function && c.first == first)
-                return true;
-        return false;
+        return std::count(calls.begin(), calls.end(), std::pair<int, long>(function, first)) > 0;
     }
-    std::vector<Call> calls;
+    std::vector<std::pair<int, long>> calls;   // function, first value
 
 private:
     uint16_t _type;
@@ -62,7 +45,6 @@ struct Pos {
     kvtest::RecordingClient process;
     CIClient client;
     CIPump pump;
-    CIDelivery delivery;
     CIPort port;
     CCallLog* events;
     CCallLog* db;
@@ -71,55 +53,40 @@ struct Pos {
     Pos(LiveServer& s, long clientId, const char* log = "pos")
         : id(clientId), process(s.dir / (log + std::to_string(clientId)), s.CallPort(), s.EventsPort(), 3000, clientId),
           client(&process, nullptr, clientId), pump(&process, nullptr, clientId),
-          delivery(&process, nullptr, clientId), port(&process, nullptr, clientId)
+          port(&process, nullptr, clientId)
     {
         events = new CCallLog(&process, clientId, IF_EVENTS);
         db = new CCallLog(&process, clientId, IF_DB);
         process.AddInterface(events);
         process.AddInterface(db);
     }
-    void Bind()
+    // Opens the sockets and binds the proxies to the call socket.
+    bool Open()
     {
-        for (CClientInterface* i : std::initializer_list<CClientInterface*>{&client, &pump, &delivery, &port})
+        if (!process.OpenSockets())
+            return false;
+        for (CClientInterface* i : std::initializer_list<CClientInterface*>{&client, &pump, &port})
             i->SetSocket(process.CallSocket());
+        return true;
     }
     // The session's logon: sockets, Logon, CONNECT/EVENTS, session ID, registrations.
     long Logon(bool events = true, bool dbEvents = false)
     {
-        if (!process.OpenSockets())
+        if (!Open())
             return NOT_OPEN_RESULT;
-        Bind();
         const long r = client.Logon(id, CStr("POS Client"));
         if (r != 0)
             return r;
         process.ConnectSockets();
         EXPECT_EQ(0, client.GetSessionID(id, &session));
-        if (events) {
-            EXPECT_EQ(0, client.RegisterInterface(id, IF_EVENTS));
-        }
-        if (dbEvents) {
-            EXPECT_EQ(0, client.RegisterInterface(id, IF_DB));
-        }
+        EXPECT_EQ(0, events ? client.RegisterInterface(id, IF_EVENTS) : 0L);
+        EXPECT_EQ(0, dbEvents ? client.RegisterInterface(id, IF_DB) : 0L);
         return 0;
     }
     // Reads the events connection until cond holds.
     bool Until(const std::function<bool()>& cond, int ms = 5000)
     {
-        const auto start = std::chrono::steady_clock::now();
-        while (!cond()) {
-            if (kvtest::SecondsSince(start) * 1000 > ms)
-                return false;
-            process.ProcessEvents();
-            usleep(2000);
-        }
-        return true;
-    }
-    short State(long pumpId)
-    {
-        short state = 0;
-        EXPECT_EQ(0, pump.GetStatus(pumpId, &state, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                    nullptr, nullptr, nullptr, nullptr, nullptr));
-        return state;
+        return kvtest::WaitUntil([&] { return cond() || (process.ProcessEvents(), false); }, ms);
     }
 };
 
