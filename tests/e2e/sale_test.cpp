@@ -1,7 +1,8 @@
 // The library against kvsim: whole sales through the exported functions (a prepay with its
 // refund, a preset with every event and database record it makes, two POS clients racing
-// for one delivery), one successful call of every exported family, and the reconnection
-// after kvsim drops a session's sockets.
+// for one delivery), one successful call of every exported family, the reconnection after
+// kvsim drops a session's sockets, a logon while kvsim answers busy, and which events reach
+// which client by client type and mask.
 #include <map>
 #include <thread>
 
@@ -273,4 +274,52 @@ TEST(TestConnection, ReconnectsUnderTheSameSessionAndKeepsTheQueue)
     long clients = 0;
     EXPECT_EQ(Got(GetClientsCountMT(pos, &clients), clients), std::make_tuple(0, 1));
     EXPECT_EQ(0, TestConnectionMT(pos));
+}
+
+TEST(ClientLogonEx, WaitsOutABusySimulatorAndChecksItsVersion)
+{
+    Site site;
+    ASSERT_EQ("ok busy 2", site.sim.Command("busy 2"));
+    const auto start = std::chrono::steady_clock::now();
+    Session pos(site.sim, 61, 7);
+    ASSERT_EQ(0, pos.result);
+    EXPECT_GE(kvtest::SecondsSince(start), 2.0);   // two refusals, a second apart
+    EXPECT_NE(std::string::npos, site.dir.ClientLog(61).find("Logon result 54, try 1."));
+    char version[40];
+    std::memset(version, ' ', sizeof version - 1);
+    version[sizeof version - 1] = 0;
+    EXPECT_EQ(0, ServerVersionMT(pos, version));
+    EXPECT_EQ(0, std::strncmp(version, kDefaultVersion, std::strlen(kDefaultVersion)));
+    long clients = 0;
+    EXPECT_EQ(Got(GetClientsCountMT(pos, &clients), clients), std::make_tuple(0, 1));
+}
+
+TEST(ClientLogonEx, EventsFollowTheClientTypeAndMask)
+{
+    Site site;
+    Session calls(site.sim, 62, 1), events(site.sim, 63, 3), all(site.sim, 64, 7);
+    ASSERT_EQ(std::make_tuple(calls.result, events.result, all.result), std::make_tuple(0L, 0L, 0L));
+    long count = 0;
+    EXPECT_EQ(WRONG_CLIENT_TYPE_RESULT, GetEventsCountMT(calls, &count));
+
+    // Client events reach everyone whose mask has bit 6, the sender too.
+    EXPECT_EQ(0, FireClientEventMT(calls, 5, "shift change"));
+    ASSERT_TRUE(events.WaitFor(4));
+    ASSERT_TRUE(all.WaitFor(4));
+    long from = 0, id = 0;
+    char text[20];
+    std::memset(text, ' ', sizeof text - 1);
+    text[sizeof text - 1] = 0;
+    EXPECT_EQ(0, GetNextClientEventMT(events, &from, &id, text));
+    EXPECT_EQ(std::make_pair(from, id), std::make_pair(62L, 5L));
+    EXPECT_EQ(0, std::strncmp(text, "shift change", 12));
+
+    // A mask without bit 6 keeps them away; the database interface only comes with type 7.
+    EXPECT_EQ(0, SetClientTypeMT(events, EV_PUMP));
+    EXPECT_EQ(0, FireClientEventMT(all, 6, "again"));
+    ASSERT_TRUE(all.WaitFor(4));
+    EXPECT_FALSE(events.WaitFor(4, 300));
+    EXPECT_EQ(0, ReadAllTanksMT(calls));
+    EXPECT_TRUE(all.WaitFor(13));          // tank status
+    EXPECT_FALSE(events.WaitFor(13, 300));
 }
