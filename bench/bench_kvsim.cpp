@@ -10,11 +10,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 
-#include <benchmark/benchmark.h>
-
+#include "bench_util.h"
 #include "kvclient.h"
 
 extern char** environ;
@@ -24,30 +22,20 @@ namespace {
 constexpr long kClientId = 9;
 constexpr short kClientType = 3;  // calls and events
 
-// kvsim in a fresh working directory on free ports; the client's Log/ goes there too.
+// kvsim on free ports, its logs in the benchmark's working directory; the client's Log/ is
+// there too.
 class CSim {
 public:
     CSim()
     {
-        char pattern[] = "/tmp/kvbenchsimXXXXXX";
-        const char* dir = mkdtemp(pattern);
-        if (!dir)
-            return;
-        _dir = dir;
-        char cwd[4096];
-        _old = getcwd(cwd, sizeof cwd) ? cwd : "/tmp";
-        if (chdir(dir) != 0 || mkdir("Log", 0755) != 0)
-            return;
         int out[2];
-        if (pipe(out) != 0)
+        if (!_dir.Ok() || mkdir("sim", 0755) != 0 || pipe(out) != 0)
             return;
         posix_spawn_file_actions_t fa;
         posix_spawn_file_actions_init(&fa);
         posix_spawn_file_actions_adddup2(&fa, out[1], 1);
         posix_spawn_file_actions_addclose(&fa, out[0]);
-        const std::string work = _dir + "/sim";
-        mkdir(work.c_str(), 0755);
-        const char* argv[] = {KV_SIM_PATH, "--no-stdin", "--workdir", work.c_str(), nullptr};
+        const char* argv[] = {KV_SIM_PATH, "--no-stdin", "--workdir", "sim", nullptr};
         if (posix_spawn(&_pid, KV_SIM_PATH, &fa, nullptr, const_cast<char**>(argv), environ) != 0)
             _pid = -1;
         posix_spawn_file_actions_destroy(&fa);
@@ -71,17 +59,13 @@ public:
         }
         if (_out)
             fclose(_out);
-        if (!_old.empty() && chdir(_old.c_str()) != 0)
-            std::perror("chdir");
-        std::error_code ec;
-        std::filesystem::remove_all(_dir, ec);
     }
     bool Ready() const { return _call != 0; }
     unsigned short CallPort() const { return _call; }
     unsigned short EventsPort() const { return _events; }
 
 private:
-    std::string _dir, _old;
+    kvbench::CWorkDir _dir;
     pid_t _pid = -1;
     FILE* _out = nullptr;
     unsigned short _call = 0, _events = 0;
