@@ -3,8 +3,9 @@
  *
  * Every operation Foo(...) works on the library's own session, created by ClientLogon or
  * ClientLogonEx, under the library-wide lock (ClientLogon takes none). FooMT(session, ...)
- * does the same work on the session the caller names and takes no lock (ClientLogoffMT
- * excepted): callers of the MT forms serialise them. ClientLogonMT, ClientLogonExMT,
+ * does the same work on the session the caller names and takes no lock, except
+ * ClientLogonExMT, which creates the lock and holds it throughout, and ClientLogoffMT, which
+ * takes it: callers of the other MT forms serialise them. ClientLogonMT, ClientLogonExMT,
  * ClientLogoffMT and CheckForManagementFtnMT take the address of the session pointer, since
  * they create, replace or clear it.
  *
@@ -14,8 +15,13 @@
  *
  * Values: double stands for a fixed-point value with four decimals (rounded half away from
  * zero on the way in); a date is a long count of seconds since 1970-01-01 (0 or less: no
- * date); IDs are long, and -1 is never a valid object. Output pointers may be null: that
- * value is then not requested. String outputs are copied into the caller's buffer only on
+ * date); IDs are long, and -1 is never a valid object. Output pointers may be null. A null
+ * long*, short* or long long* output is not requested from the server. double*, date and
+ * string outputs are always requested, into holders of the library's own, and a null pointer
+ * only skips the copy out. double* outputs are written whatever the result (0.0 after a
+ * failure); dates only on success, except in the pump delivery-data functions
+ * (GetPumpDeliveryProperties...), which write them whatever the result (-921101622, the empty
+ * date, after a failure). String outputs are copied into the caller's buffer only on
  * success and only up to strlen() of what the buffer holds before the call, with no
  * terminator added when the text fills it: pre-fill the buffer (e.g. with blanks) to the
  * wanted width. Input strings are zero-terminated and only read.
@@ -40,28 +46,34 @@ typedef struct CKVCLProcess CKVCLProcess;
 
 
 /* ---- Library --------------------------------------------------------------------------------- */
-/* Need no session; Log and SetLogPath work with or without one. */
+/* Need no session (the MT forms ignore theirs); Log and SetLogPath work with or without one. */
 
 /* Library entry: reason 1 creates the global lock, reason 2 destroys it; returns 1. */
 KV_API int DllMain(void* handle, unsigned long reason, void* reserved);
 
-/* Copies the library version text into out (pre-filled buffer). */
+/* Copies the library version text into out (pre-filled buffer); the session is not used. */
 KV_API long DllVersion(char* out);
+KV_API long DllVersionMT(CKVCLProcess* session, char* out);
 
 /* Text of a result code; always "". */
 KV_API const char* ResultString(long result);
+KV_API const char* ResultStringMT(CKVCLProcess* session, long result);
 
 /* Text of a pump state; always "". */
 KV_API const char* PumpStateString(short state);
+KV_API const char* PumpStateStringMT(CKVCLProcess* session, short state);
 
 /* Text of a delivery state; always "". */
 KV_API const char* DeliveryStateString(short state);
+KV_API const char* DeliveryStateStringMT(CKVCLProcess* session, short state);
 
 /* Text of a delivery type; always "". */
 KV_API const char* DeliveryTypeString(short type);
+KV_API const char* DeliveryTypeStringMT(CKVCLProcess* session, short type);
 
 /* Text of a pump reservation type; always "". */
 KV_API const char* ReserveTypeString(short type);
+KV_API const char* ReserveTypeStringMT(CKVCLProcess* session, short type);
 
 /* Writes text to the session log (0 and nothing written without a session). */
 KV_API long Log(const char* text);
@@ -183,13 +195,15 @@ KV_API long GetTCPIPConfig(char* a1, char* a2, char* a3, char* a4, short* a5, ch
 KV_API long GetTCPIPConfigMT(CKVCLProcess* session, char* a1, char* a2, char* a3, char* a4,
     short* a5, char* a6);
 
-/* Sets the server's TCP/IP settings; the MT form makes no checks of its own. */
+/* Sets the server's TCP/IP settings; the MT form makes no checks of its own (a null or logged-off
+ * session: 8). */
 KV_API long SetTCPIPConfig(const char* a1, const char* a2, const char* a3, const char* a4, short a5,
     const char* a6);
 KV_API long SetTCPIPConfigMT(CKVCLProcess* session, const char* a1, const char* a2, const char* a3,
     const char* a4, short a5, const char* a6);
 
-/* Resets the server's watchdog; the MT form makes no checks of its own. */
+/* Resets the server's watchdog; the MT form makes no checks of its own (a null or logged-off
+ * session: 8). */
 KV_API long WDReset(void);
 KV_API long WDResetMT(CKVCLProcess* session);
 
@@ -240,6 +254,18 @@ KV_API long GetPumpByNameMT(CKVCLProcess* session, const char* name, long* id);
 /* Deletes a pump. */
 KV_API long DeletePump(long id);
 KV_API long DeletePumpMT(CKVCLProcess* session, long id);
+
+/* Creates a pump with the ID, number and name given (1: the ID exists). */
+KV_API long NewPump(long id, long number, const char* name);
+KV_API long NewPumpMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a pump another number. */
+KV_API long SetPumpNumber(long id, long number);
+KV_API long SetPumpNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a pump another name. */
+KV_API long SetPumpName(long id, const char* name);
+KV_API long SetPumpNameMT(CKVCLProcess* session, long id, const char* name);
 
 /* Number of hoses on a pump. */
 KV_API long GetPumpHosesCount(long id, long* count);
@@ -817,6 +843,18 @@ KV_API long GetHoseByNameMT(CKVCLProcess* session, const char* name, long* id);
 KV_API long DeleteHose(long id);
 KV_API long DeleteHoseMT(CKVCLProcess* session, long id);
 
+/* Creates a hose with the ID, number and name given (1: the ID exists). */
+KV_API long NewHose(long id, long number, const char* name);
+KV_API long NewHoseMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a hose another number. */
+KV_API long SetHoseNumber(long id, long number);
+KV_API long SetHoseNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a hose another name. */
+KV_API long SetHoseName(long id, const char* name);
+KV_API long SetHoseNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* A hose's configuration: number, name, pump, number on the pump, grade, tank (outputs). */
 KV_API long GetHoseProperties(long id, long* number, char* name, long* pumpId, long* pumpHoseNumber,
     long* gradeId, long* tankId);
@@ -835,9 +873,9 @@ KV_API long GetHosesCountFilteredMT(CKVCLProcess* session, long* count, long pum
     long tankId);
 
 /* ID of the hose at a position among those that match the filter. */
-KV_API long GetHoseByOrdinalFiltered(long ordinal, long* id, long pumpId, long gradeId,
+KV_API long GetHoseIDByOrdinalFiltered(long ordinal, long* id, long pumpId, long gradeId,
     long tankId);
-KV_API long GetHoseByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id, long pumpId,
+KV_API long GetHoseIDByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id, long pumpId,
     long gradeId, long tankId);
 
 /* A hose's electronic volume and money totals, now and at the save before (outputs). */
@@ -871,6 +909,18 @@ KV_API long GetGradeByNameMT(CKVCLProcess* session, const char* name, long* id);
 /* Deletes a grade. */
 KV_API long DeleteGrade(long id);
 KV_API long DeleteGradeMT(CKVCLProcess* session, long id);
+
+/* Creates a grade with the ID, number and name given (1: the ID exists). */
+KV_API long NewGrade(long id, long number, const char* name);
+KV_API long NewGradeMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a grade another number. */
+KV_API long SetGradeNumber(long id, long number);
+KV_API long SetGradeNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a grade another name. */
+KV_API long SetGradeName(long id, const char* name);
+KV_API long SetGradeNameMT(CKVCLProcess* session, long id, const char* name);
 
 /* A grade's configuration: number, names, product, prices at levels 1 and 2 (outputs). */
 KV_API long GetGradeProperties(long id, long* number, char* name, char* shortName, long* productId,
@@ -914,6 +964,18 @@ KV_API long GetProductByNameMT(CKVCLProcess* session, const char* name, long* id
 KV_API long DeleteProduct(long id);
 KV_API long DeleteProductMT(CKVCLProcess* session, long id);
 
+/* Creates a product with the ID, number and name given (1: the ID exists). */
+KV_API long NewProduct(long id, long number, const char* name);
+KV_API long NewProductMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a product another number. */
+KV_API long SetProductNumber(long id, long number);
+KV_API long SetProductNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a product another name. */
+KV_API long SetProductName(long id, const char* name);
+KV_API long SetProductNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* A product's configuration (outputs). */
 KV_API long GetProductProperties(long id, long* number, char* f2, char* f3, short* f4, char* f5,
     char* f6, long* f7, double* f8, double* f9, double* f10, double* f11, long* f12);
@@ -937,9 +999,9 @@ KV_API long GetProductsCountFilteredMT(CKVCLProcess* session, long* count, long 
     long filter6, long filter7);
 
 /* ID of the product at a position among those that match the filter. */
-KV_API long GetProductByOrdinalFiltered(long ordinal, long* id, long filter1, const char* filter2,
+KV_API long GetProductIDByOrdinalFiltered(long ordinal, long* id, long filter1, const char* filter2,
     const char* filter3, const char* filter4, const char* filter5, long filter6, long filter7);
-KV_API long GetProductByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id,
+KV_API long GetProductIDByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id,
     long filter1, const char* filter2, const char* filter3, const char* filter4,
     const char* filter5, long filter6, long filter7);
 
@@ -964,6 +1026,18 @@ KV_API long GetTankByNameMT(CKVCLProcess* session, const char* name, long* id);
 /* Deletes a tank. */
 KV_API long DeleteTank(long id);
 KV_API long DeleteTankMT(CKVCLProcess* session, long id);
+
+/* Creates a tank with the ID, number and name given (1: the ID exists). */
+KV_API long NewTank(long id, long number, const char* name);
+KV_API long NewTankMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a tank another number. */
+KV_API long SetTankNumber(long id, long number);
+KV_API long SetTankNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a tank another name. */
+KV_API long SetTankName(long id, const char* name);
+KV_API long SetTankNameMT(CKVCLProcess* session, long id, const char* name);
 
 /* A tank's configuration: number, name, grade, capacities, gauge number, port (outputs). */
 KV_API long GetTankProperties(long id, long* number, char* name, long* gradeId, double* capacity,
@@ -1029,6 +1103,18 @@ KV_API long GetSensorByNameMT(CKVCLProcess* session, const char* name, long* id)
 KV_API long DeleteSensor(long id);
 KV_API long DeleteSensorMT(CKVCLProcess* session, long id);
 
+/* Creates a sensor with the ID, number and name given (1: the ID exists). */
+KV_API long NewSensor(long id, long number, const char* name);
+KV_API long NewSensorMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a sensor another number. */
+KV_API long SetSensorNumber(long id, long number);
+KV_API long SetSensorNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a sensor another name. */
+KV_API long SetSensorName(long id, const char* name);
+KV_API long SetSensorNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* A sensor's configuration (outputs). */
 KV_API long GetSensorProperties(long id, long* number, char* f2, long* f3, short* f4, short* f5,
     short* f6, long* f7, long* f8);
@@ -1066,6 +1152,18 @@ KV_API long GetPortByNameMT(CKVCLProcess* session, const char* name, long* id);
 /* Deletes a port. */
 KV_API long DeletePort(long id);
 KV_API long DeletePortMT(CKVCLProcess* session, long id);
+
+/* Creates a port with the ID, number and name given (1: the ID exists). */
+KV_API long NewPort(long id, long number, const char* name);
+KV_API long NewPortMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a port another number. */
+KV_API long SetPortNumber(long id, long number);
+KV_API long SetPortNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a port another name. */
+KV_API long SetPortName(long id, const char* name);
+KV_API long SetPortNameMT(CKVCLProcess* session, long id, const char* name);
 
 /* A port's configuration: number, name, device, line settings, type, protocol, on (outputs). */
 KV_API long GetPortProperties(long id, long* number, char* name, char* device, char* settings,
@@ -1117,6 +1215,18 @@ KV_API long GetAttendantByNameMT(CKVCLProcess* session, const char* name, long* 
 KV_API long DeleteAttendant(long id);
 KV_API long DeleteAttendantMT(CKVCLProcess* session, long id);
 
+/* Creates an attendant with the ID, number and name given (1: the ID exists). */
+KV_API long NewAttendant(long id, long number, const char* name);
+KV_API long NewAttendantMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives an attendant another number. */
+KV_API long SetAttendantNumber(long id, long number);
+KV_API long SetAttendantNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives an attendant another name. */
+KV_API long SetAttendantName(long id, const char* name);
+KV_API long SetAttendantNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* An attendant's configuration (outputs). */
 KV_API long GetAttendantProperties(long id, long* number, char* f2, char* f3, char* f4, char* f5,
     char* f6, short* f7, short* f8, short* f9, short* f10, short* f11);
@@ -1166,6 +1276,18 @@ KV_API long GetCardClientByNameMT(CKVCLProcess* session, const char* name, long*
 KV_API long DeleteCardClient(long id);
 KV_API long DeleteCardClientMT(CKVCLProcess* session, long id);
 
+/* Creates a card client with the ID, number and name given (1: the ID exists). */
+KV_API long NewCardClient(long id, long number, const char* name);
+KV_API long NewCardClientMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a card client another number. */
+KV_API long SetCardClientNumber(long id, long number);
+KV_API long SetCardClientNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a card client another name. */
+KV_API long SetCardClientName(long id, const char* name);
+KV_API long SetCardClientNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* A card client's fields (outputs; f15 a date). */
 KV_API long GetCardClientProperties(long id, long* number, char* f2, char* f3, short* f4, short* f5,
     char* f6, char* f7, char* f8, char* f9, short* f10, short* f11, short* f12, double* f13,
@@ -1205,6 +1327,18 @@ KV_API long GetCardReadByNameMT(CKVCLProcess* session, const char* name, long* i
 KV_API long DeleteCardRead(long id);
 KV_API long DeleteCardReadMT(CKVCLProcess* session, long id);
 
+/* Creates a card read with the ID, number and name given (1: the ID exists). */
+KV_API long NewCardRead(long id, long number, const char* name);
+KV_API long NewCardReadMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a card read another number. */
+KV_API long SetCardReadNumber(long id, long number);
+KV_API long SetCardReadNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a card read another name. */
+KV_API long SetCardReadName(long id, const char* name);
+KV_API long SetCardReadNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* A card read's fields (outputs; f7 a date). */
 KV_API long GetCardReadProperties(long id, long* number, char* f2, long* f3, short* f4, long* f5,
     long long* f6, long* f7);
@@ -1238,6 +1372,18 @@ KV_API long GetZigBeeByNameMT(CKVCLProcess* session, const char* name, long* id)
 /* Deletes a ZigBee device. */
 KV_API long DeleteZigBee(long id);
 KV_API long DeleteZigBeeMT(CKVCLProcess* session, long id);
+
+/* Creates a ZigBee device with the ID, number and name given (1: the ID exists). */
+KV_API long NewZigBee(long id, long number, const char* name);
+KV_API long NewZigBeeMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a ZigBee device another number. */
+KV_API long SetZigBeeNumber(long id, long number);
+KV_API long SetZigBeeNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a ZigBee device another name. */
+KV_API long SetZigBeeName(long id, const char* name);
+KV_API long SetZigBeeNameMT(CKVCLProcess* session, long id, const char* name);
 
 /* A ZigBee device's configuration (outputs). */
 KV_API long GetZigBeeProperties(long id, long* number, char* f2, short* f3, char* f4, char* f5,
@@ -1273,6 +1419,18 @@ KV_API long GetSaleItemByNameMT(CKVCLProcess* session, const char* name, long* i
 KV_API long DeleteSaleItem(long id);
 KV_API long DeleteSaleItemMT(CKVCLProcess* session, long id);
 
+/* Creates a sale item with the ID, number and name given (1: the ID exists). */
+KV_API long NewSaleItem(long id, long number, const char* name);
+KV_API long NewSaleItemMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a sale item another number. */
+KV_API long SetSaleItemNumber(long id, long number);
+KV_API long SetSaleItemNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a sale item another name. */
+KV_API long SetSaleItemName(long id, const char* name);
+KV_API long SetSaleItemNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* A sale item's fields (outputs; f8, f9 dates). */
 KV_API long GetSaleItemProperties(long id, long* number, long* f2, long* f3, long* f4, short* f5,
     double* f6, double* f7, long* f8, long* f9, long* f10, long* f11, short* f12, short* f13,
@@ -1289,22 +1447,40 @@ KV_API long SetSaleItemPropertiesMT(CKVCLProcess* session, long id, long number,
     long f4, short f5, double f6, double f7, long f8, long f9, long f10, long f11, short f12,
     short f13, const char* f14, const char* f15, const char* f16, const char* f17, short f18);
 
-/* Number of sale items that match the filter between two dates (0: no limit). */
+/* Number of sale items that match the filter, with no date limit. */
 KV_API long GetSaleItemsCountFiltered(long* count, long filter1, long filter2, long filter3,
+    long filter4, long filter5, long filter6, long long filter7, long filter8, long filter9,
+    long long filter10, long filter11, long filter12, short filter13, short filter14);
+KV_API long GetSaleItemsCountFilteredMT(CKVCLProcess* session, long* count, long filter1,
+    long filter2, long filter3, long filter4, long filter5, long filter6, long long filter7,
+    long filter8, long filter9, long long filter10, long filter11, long filter12, short filter13,
+    short filter14);
+
+/* Number of sale items that match the filter between two dates (0: no limit). */
+KV_API long GetSaleItemsCountFilteredEx(long* count, long filter1, long filter2, long filter3,
     long filter4, long filter5, long filter6, long long filter7, long filter8, long filter9,
     long long filter10, long filter11, long filter12, short filter13, short filter14, long from,
     long to);
-KV_API long GetSaleItemsCountFilteredMT(CKVCLProcess* session, long* count, long filter1,
+KV_API long GetSaleItemsCountFilteredExMT(CKVCLProcess* session, long* count, long filter1,
     long filter2, long filter3, long filter4, long filter5, long filter6, long long filter7,
     long filter8, long filter9, long long filter10, long filter11, long filter12, short filter13,
     short filter14, long from, long to);
 
-/* ID of a sale item that matches the filter between two dates (0: no limit). */
-KV_API long GetSaleItemByOrdinalFiltered(long ordinal, long* id, long filter1, long filter2,
+/* ID of the sale item at a position among those that match the filter, with no date limit. */
+KV_API long GetSaleItemIDByOrdinalFiltered(long ordinal, long* id, long filter1, long filter2,
+    long filter3, long filter4, long filter5, long filter6, long long filter7, long filter8,
+    long filter9, long long filter10, long filter11, long filter12, short filter13, short filter14);
+KV_API long GetSaleItemIDByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id,
+    long filter1, long filter2, long filter3, long filter4, long filter5, long filter6,
+    long long filter7, long filter8, long filter9, long long filter10, long filter11, long filter12,
+    short filter13, short filter14);
+
+/* ID of the sale item at a position among those that match the filter between two dates. */
+KV_API long GetSaleItemIDByOrdinalFilteredEx(long ordinal, long* id, long filter1, long filter2,
     long filter3, long filter4, long filter5, long filter6, long long filter7, long filter8,
     long filter9, long long filter10, long filter11, long filter12, short filter13, short filter14,
     long from, long to);
-KV_API long GetSaleItemByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id,
+KV_API long GetSaleItemIDByOrdinalFilteredExMT(CKVCLProcess* session, long ordinal, long* id,
     long filter1, long filter2, long filter3, long filter4, long filter5, long filter6,
     long long filter7, long filter8, long filter9, long long filter10, long filter11, long filter12,
     short filter13, short filter14, long from, long to);
@@ -1367,6 +1543,18 @@ KV_API long GetLogEventByNameMT(CKVCLProcess* session, const char* name, long* i
 KV_API long DeleteLogEvent(long id);
 KV_API long DeleteLogEventMT(CKVCLProcess* session, long id);
 
+/* Creates a log event with the ID, number and name given (1: the ID exists). */
+KV_API long NewLogEvent(long id, long number, const char* name);
+KV_API long NewLogEventMT(CKVCLProcess* session, long id, long number, const char* name);
+
+/* Gives a log event another number. */
+KV_API long SetLogEventNumber(long id, long number);
+KV_API long SetLogEventNumberMT(CKVCLProcess* session, long id, long number);
+
+/* Gives a log event another name. */
+KV_API long SetLogEventName(long id, const char* name);
+KV_API long SetLogEventNameMT(CKVCLProcess* session, long id, const char* name);
+
 /* A log event's fields (outputs; f8, f9 dates). */
 KV_API long GetLogEventProperties(long id, short* f1, long* f2, long* f3, char* f4, short* f5,
     short* f6, char* f7, long* f8, long* f9, long* f10, long* f11, double* f12, double* f13,
@@ -1383,16 +1571,28 @@ KV_API long SetLogEventPropertiesMT(CKVCLProcess* session, long id, short f1, lo
     const char* f4, short f5, short f6, const char* f7, long f8, long f9, long f10, long f11,
     double f12, double f13, double f14, double f15, double f16, double f17);
 
-/* Number of log events that match the filter between two dates (0: no limit). */
+/* Number of log events that match the filter, with no date limit. */
 KV_API long GetLogEventsCountFiltered(long* count, short filter1, long filter2, short filter3,
-    short filter4, long filter5, long filter6, long from, long to);
+    short filter4, long filter5, long filter6);
 KV_API long GetLogEventsCountFilteredMT(CKVCLProcess* session, long* count, short filter1,
+    long filter2, short filter3, short filter4, long filter5, long filter6);
+
+/* Number of log events that match the filter between two dates (0: no limit). */
+KV_API long GetLogEventsCountFilteredEx(long* count, short filter1, long filter2, short filter3,
+    short filter4, long filter5, long filter6, long from, long to);
+KV_API long GetLogEventsCountFilteredExMT(CKVCLProcess* session, long* count, short filter1,
     long filter2, short filter3, short filter4, long filter5, long filter6, long from, long to);
 
-/* ID of a log event that matches the filter between two dates (0: no limit). */
-KV_API long GetLogEventByOrdinalFiltered(long ordinal, long* id, short filter1, long filter2,
+/* ID of the log event at a position among those that match the filter, with no date limit. */
+KV_API long GetLogEventIDByOrdinalFiltered(long ordinal, long* id, short filter1, long filter2,
+    short filter3, short filter4, long filter5, long filter6);
+KV_API long GetLogEventIDByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id,
+    short filter1, long filter2, short filter3, short filter4, long filter5, long filter6);
+
+/* ID of the log event at a position among those that match the filter between two dates. */
+KV_API long GetLogEventIDByOrdinalFilteredEx(long ordinal, long* id, short filter1, long filter2,
     short filter3, short filter4, long filter5, long filter6, long from, long to);
-KV_API long GetLogEventByOrdinalFilteredMT(CKVCLProcess* session, long ordinal, long* id,
+KV_API long GetLogEventIDByOrdinalFilteredExMT(CKVCLProcess* session, long ordinal, long* id,
     short filter1, long filter2, short filter3, short filter4, long filter5, long filter6,
     long from, long to);
 

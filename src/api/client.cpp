@@ -7,13 +7,14 @@ using namespace kvapi;
 
 namespace {
 
-// SetTCPIPConfigMT and WDResetMT check nothing of their own, so they may find the session
-// logged off, without its client proxy: that is a call on a socket that is not open.
+// SetTCPIPConfigMT and WDResetMT check nothing of their own: a session that lost its
+// connection still sends the call (the transport reconnects under it). One that has logged
+// off has no client proxy left to send it with: that is no session, 8, as for a null one.
 template <class F>
 long WithClient(CKVCLProcess& p, F call)
 {
     CIClient* c = p.Client();
-    return c ? call(*c) : long(NOT_OPEN_RESULT);
+    return c ? call(*c) : long(NO_SESSION_RESULT);
 }
 
 }  // namespace

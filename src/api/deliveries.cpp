@@ -54,29 +54,14 @@ KV_PAIR(GetDeliveryIDByOrdinalNotVolLogged, FAMILY_CALLS, (long ordinal, long* i
         p.Delivery()->GetIDByOrdinalNotVolLogged(ordinal, id))
 
 // The 22 filter values, sent by value in this order, then the two dates.
-#define KV_FILTER_PARAMS                                                                        \
-    long filter1, long filter2, long filter3, long filter4, long filter5, long filter6,         \
-        long filter7, long filter8, long filter9, long filter10, long filter11, short filter12, \
-        short filter13, short filter14, short filter15, long long filter16, long filter17,      \
-        long filter18, long long filter19, long filter20, long filter21, long long filter22
-#define KV_FILTER_ARGS                                                                          \
-    filter1, filter2, filter3, filter4, filter5, filter6, filter7, filter8, filter9, filter10,  \
-        filter11, filter12, filter13, filter14, filter15, filter16, filter17, filter18,         \
-        filter19, filter20, filter21, filter22
-
-// Without dates the server sees two empty ones: no limit.
-KV_PAIR(GetDeliveriesCountFiltered, FAMILY_CALLS, (long* count, KV_FILTER_PARAMS), (count, KV_FILTER_ARGS),
-        p.Delivery()->CountFiltered(count, KV_FILTER_ARGS, CDate(), CDate()))
-KV_PAIR(GetDeliveriesCountFilteredEx, FAMILY_CALLS, (long* count, KV_FILTER_PARAMS, long from, long to),
-        (count, KV_FILTER_ARGS, from, to),
-        p.Delivery()->CountFiltered(count, KV_FILTER_ARGS, Date(from), Date(to)))
-KV_PAIR(GetDeliveryIDByOrdinalFiltered, FAMILY_CALLS, (long ordinal, long* id, KV_FILTER_PARAMS),
-        (ordinal, id, KV_FILTER_ARGS),
-        p.Delivery()->GetIDByOrdinalFiletered(ordinal, id, KV_FILTER_ARGS, CDate(), CDate()))
-KV_PAIR(GetDeliveryIDByOrdinalFilteredEx, FAMILY_CALLS,
-        (long ordinal, long* id, KV_FILTER_PARAMS, long from, long to),
-        (ordinal, id, KV_FILTER_ARGS, from, to),
-        p.Delivery()->GetIDByOrdinalFiletered(ordinal, id, KV_FILTER_ARGS, Date(from), Date(to)))
+KV_FILTERED_PAIRS(Deliveries, Delivery, Delivery, CountFiltered, GetIDByOrdinalFiletered,
+                  (long filter1, long filter2, long filter3, long filter4, long filter5, long filter6,
+                   long filter7, long filter8, long filter9, long filter10, long filter11, short filter12,
+                   short filter13, short filter14, short filter15, long long filter16, long filter17,
+                   long filter18, long long filter19, long filter20, long filter21, long long filter22),
+                  (filter1, filter2, filter3, filter4, filter5, filter6, filter7, filter8, filter9, filter10,
+                   filter11, filter12, filter13, filter14, filter15, filter16, filter17, filter18, filter19,
+                   filter20, filter21, filter22))
 
 // ---- locking, clearing, acknowledgements: the lock holder is this session's client ----
 

@@ -21,8 +21,8 @@ template <std::size_t N, class P>
 struct TFieldOut {
     P* p;
 
-    // Before any check: -1 in a long field, 0 in the other numbers, 0.0 for fixed point,
-    // the long form of the empty date; a string buffer is left alone.
+    // Before any check: -1 where the field names an object, 0 in the other numbers, 0.0 for
+    // fixed point, the long form of the empty date; a string buffer is left alone.
     template <class R>
     void Default() const
     {
@@ -35,7 +35,7 @@ struct TFieldOut {
             *p = 0.0;
         else if constexpr (std::is_same_v<F, CDate>)
             *p = DateOut(CDate());
-        else if constexpr (std::is_same_v<F, long>)
+        else if constexpr (R::template kIdentifier<N>)
             *p = static_cast<P>(-1);
         else if constexpr (!std::is_same_v<F, CStr>)
             *p = 0;

@@ -44,7 +44,7 @@ enum TNeed : unsigned {
 constexpr unsigned FAMILY_CALLS = NEED_CONNECTION | NEED_CALLS | MAP_RESULT;  // object and client calls
 constexpr unsigned FAMILY_STATUS = NEED_CONNECTION | MAP_RESULT;             // ClientStatus, FireClientEvent
 constexpr unsigned FAMILY_QUEUE = NEED_EVENTS;                               // event queue, no call
-constexpr unsigned FAMILY_UNCHECKED = MAP_RESULT;                            // SetTCPIPConfig, WDReset
+constexpr unsigned FAMILY_UNCHECKED = MAP_RESULT;                            // SetTCPIPConfig, WDReset (null session: 8)
 constexpr unsigned FAMILY_PROCESS = CHECK_MANAGEMENT | NEED_CONNECTION | NEED_EVENTS | MAP_RESULT;  // ProcessEvents
 constexpr unsigned FAMILY_TEST = CHECK_MANAGEMENT | NEED_CONNECTION;         // TestConnection
 
@@ -107,9 +107,21 @@ private:
     long* _out;
     CDate _v;
 };
+// The pump's delivery data write their date whatever the result, like their amounts: the
+// empty date (-921101622) after a failure.
+class OutDateAny {
+public:
+    explicit OutDateAny(long* out) : _out(out) {}
+    ~OutDateAny() { if (_out) *_out = DateOut(_v); }
+    operator CDate*() { return &_v; }
+private:
+    long* _out;
+    CDate _v;
+};
 // CopyBSTR with the call's raw result. Functions that copy on the mapped result use it as
 // well: CheckResult maps 0 to 0 and nothing else to 0, and copying logs nothing, so the
-// two orders cannot be told apart.
+// two orders cannot be told apart. The holder goes out as an empty string and reads as one
+// when the server leaves it alone (tag 18); it takes a buffer only when a value arrives.
 class OutStr {
 public:
     OutStr(const long& r, char* out) : _r(r), _out(out) {}
@@ -126,26 +138,41 @@ private:
 #define KV_SESSION_PARAMS(...) (CKVCLProcess* kvSession __VA_OPT__(, ) __VA_ARGS__)
 #define KV_SESSION_ARGS(...) (pGCLProcess __VA_OPT__(, ) __VA_ARGS__)
 
-// One exported pair. Params and Args are parenthesised lists; the rest is the call expression.
-#define KV_PAIR(Name, Family, Params, Args, ...)                                        \
-    extern "C" KV_API long Name##MT KV_SESSION_PARAMS Params                            \
+// The body of a session form: admission, the call, the result mapping.
+#define KV_FRAME_BODY(Session, Family, ...)                                             \
     {                                                                                   \
-        if (long kvAdmit = ::kvapi::Admit(kvSession, Family))                           \
+        if (long kvAdmit = ::kvapi::Admit(Session, Family))                             \
             return kvAdmit;                                                             \
-        [[maybe_unused]] CKVCLProcess& p = *kvSession;                                  \
+        [[maybe_unused]] CKVCLProcess& p = *(Session);                                  \
         long r = 0;                                                                     \
         r = (__VA_ARGS__);                                                              \
         return ::kvapi::Finish(p, r, Family);                                           \
-    }                                                                                   \
+    }
+
+// One exported pair. Params and Args are parenthesised lists; the rest is the call expression.
+#define KV_PAIR(Name, Family, Params, Args, ...)                                        \
+    extern "C" KV_API long Name##MT KV_SESSION_PARAMS Params                            \
+    KV_FRAME_BODY(kvSession, Family, __VA_ARGS__)                                       \
     extern "C" KV_API long Name Params                                                  \
     {                                                                                   \
         ::kvapi::CSLock kvLock;                                                         \
         return pGCLProcess ? Name##MT KV_SESSION_ARGS Args : long(NO_SESSION_RESULT);   \
     }
 
-// The look-up rows that every object family shares: its count, the ID by ordinal, number
-// and name (common methods with header object -1), and Delete, which waits for the reply.
-// Delete, like every common method, sends an ID of -1 as it is.
+// A short form without a session form: the frame on the library session, under the lock.
+#define KV_SINGLE(Name, Family, Params, ...)                                            \
+    extern "C" KV_API long Name Params                                                  \
+    {                                                                                   \
+        ::kvapi::CSLock kvLock;                                                         \
+        CKVCLProcess* kvSession = pGCLProcess;                                          \
+        KV_FRAME_BODY(kvSession, Family, __VA_ARGS__)                                   \
+    }
+
+// The rows that every configuration family shares: its count, the ID by ordinal, number
+// and name (common methods with header object -1), creating an object (New sends the name,
+// the ID, then the number), Delete, which waits for the reply, and renumbering and renaming
+// one object without rewriting its record. Like every common method they send an ID of -1
+// as it is.
 #define KV_LOOKUP_PAIRS(Plural, Singular, Proxy)                                              \
     KV_PAIR(Get##Plural##Count, ::kvapi::FAMILY_CALLS, (long* count), (count),                \
             p.Proxy()->Count(count))                                                          \
@@ -155,5 +182,30 @@ private:
             (number, id), p.Proxy()->GetIDByNumber(number, id))                               \
     KV_PAIR(Get##Singular##ByName, ::kvapi::FAMILY_CALLS, (const char* name, long* id),       \
             (name, id), p.Proxy()->GetIDByName(::kvapi::GetStr(name), id))                    \
+    KV_PAIR(New##Singular, ::kvapi::FAMILY_CALLS, (long id, long number, const char* name),   \
+            (id, number, name), p.Proxy()->New(number, id, ::kvapi::GetStr(name)))            \
     KV_PAIR(Delete##Singular, ::kvapi::FAMILY_CALLS, (long id), (id),                         \
-            p.Proxy()->Delete(id, false))
+            p.Proxy()->Delete(id, false))                                                     \
+    KV_PAIR(Set##Singular##Number, ::kvapi::FAMILY_CALLS, (long id, long number), (id, number),\
+            p.Proxy()->SetNumber(id, number))                                                 \
+    KV_PAIR(Set##Singular##Name, ::kvapi::FAMILY_CALLS, (long id, const char* name),          \
+            (id, name), p.Proxy()->SetName(id, ::kvapi::GetStr(name)))
+
+#define KV_UNPAREN(...) __VA_ARGS__
+
+// The filtered count and look-up of a family whose filter ends in two dates: the plain forms
+// send two empty dates (no limit), the Ex forms the caller's from and to. Params and Args
+// are the parenthesised filter values.
+#define KV_FILTERED_PAIRS(Plural, Singular, Proxy, Count, ByOrdinal, Params, Args)                         \
+    KV_PAIR(Get##Plural##CountFiltered, ::kvapi::FAMILY_CALLS, (long* count, KV_UNPAREN Params),             \
+            (count, KV_UNPAREN Args), p.Proxy()->Count(count, KV_UNPAREN Args, CDate(), CDate()))           \
+    KV_PAIR(Get##Plural##CountFilteredEx, ::kvapi::FAMILY_CALLS,                                             \
+            (long* count, KV_UNPAREN Params, long from, long to), (count, KV_UNPAREN Args, from, to),      \
+            p.Proxy()->Count(count, KV_UNPAREN Args, ::kvapi::Date(from), ::kvapi::Date(to)))              \
+    KV_PAIR(Get##Singular##IDByOrdinalFiltered, ::kvapi::FAMILY_CALLS,                                       \
+            (long ordinal, long* id, KV_UNPAREN Params), (ordinal, id, KV_UNPAREN Args),                    \
+            p.Proxy()->ByOrdinal(ordinal, id, KV_UNPAREN Args, CDate(), CDate()))                           \
+    KV_PAIR(Get##Singular##IDByOrdinalFilteredEx, ::kvapi::FAMILY_CALLS,                                     \
+            (long ordinal, long* id, KV_UNPAREN Params, long from, long to),                                \
+            (ordinal, id, KV_UNPAREN Args, from, to),                                                       \
+            p.Proxy()->ByOrdinal(ordinal, id, KV_UNPAREN Args, ::kvapi::Date(from), ::kvapi::Date(to)))

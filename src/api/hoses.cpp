@@ -17,7 +17,7 @@ KV_PAIR(SetHoseProperties, FAMILY_CALLS,
 KV_PAIR(GetHosesCountFiltered, FAMILY_CALLS, (long* count, long pumpId, long gradeId, long tankId),
         (count, pumpId, gradeId, tankId),
         p.Hose()->GetHosesCount(count, pumpId, gradeId, tankId))
-KV_PAIR(GetHoseByOrdinalFiltered, FAMILY_CALLS, (long ordinal, long* id, long pumpId, long gradeId, long tankId),
+KV_PAIR(GetHoseIDByOrdinalFiltered, FAMILY_CALLS, (long ordinal, long* id, long pumpId, long gradeId, long tankId),
         (ordinal, id, pumpId, gradeId, tankId),
         p.Hose()->GetHoseByOrdinal(ordinal, id, pumpId, gradeId, tankId))
 KV_PAIR(GetHoseTotals, FAMILY_CALLS,

@@ -68,11 +68,12 @@ void CopyBSTR(long result, char* out, const char* value)
     std::strncpy(out, value ? value : "", std::strlen(out));
 }
 
+// An unset string (a holder the server did not fill) copies as an empty one.
 void CopyBSTR(long result, char* out, const CStr& value)
 {
     if (result != 0 || !out)
         return;
-    CopyBSTR(result, out, static_cast<const char*>(static_cast<char*>(value)));
+    CopyBSTR(result, out, value.IsSet() ? static_cast<const char*>(static_cast<char*>(value)) : "");
 }
 
 }  // namespace kvapi
@@ -99,6 +100,14 @@ KV_API const char* PumpStateString(short) { return kNoText; }
 KV_API const char* DeliveryStateString(short) { return kNoText; }
 KV_API const char* DeliveryTypeString(short) { return kNoText; }
 KV_API const char* ReserveTypeString(short) { return kNoText; }
+
+// The session forms of the functions that need no session: the session is not looked at.
+KV_API long DllVersionMT(CKVCLProcess*, char* out) { return DllVersion(out); }
+KV_API const char* ResultStringMT(CKVCLProcess*, long result) { return ResultString(result); }
+KV_API const char* PumpStateStringMT(CKVCLProcess*, short state) { return PumpStateString(state); }
+KV_API const char* DeliveryStateStringMT(CKVCLProcess*, short state) { return DeliveryStateString(state); }
+KV_API const char* DeliveryTypeStringMT(CKVCLProcess*, short type) { return DeliveryTypeString(type); }
+KV_API const char* ReserveTypeStringMT(CKVCLProcess*, short type) { return ReserveTypeString(type); }
 
 KV_API long LogMT(CKVCLProcess* session, const char* text)
 {

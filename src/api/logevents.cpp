@@ -20,18 +20,9 @@ KV_PAIR(SetLogEventProperties, FAMILY_CALLS,
         (id, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12, f13, f14, f15, f16, f17),
         p.LogEvent()->Set(id, f1, f2, f3, GetStr(f4), f5, f6, GetStr(f7), Date(f8), Date(f9), f10, f11,
                           Cur(f12), Cur(f13), Cur(f14), Cur(f15), Cur(f16), Cur(f17)))
-KV_PAIR(GetLogEventsCountFiltered, FAMILY_CALLS,
-        (long* count, short filter1, long filter2, short filter3, short filter4, long filter5, long filter6,
-         long from, long to),
-        (count, filter1, filter2, filter3, filter4, filter5, filter6, from, to),
-        p.LogEvent()->GetEventsCount(count, filter1, filter2, filter3, filter4, filter5, filter6, Date(from),
-                                     Date(to)))
-KV_PAIR(GetLogEventByOrdinalFiltered, FAMILY_CALLS,
-        (long ordinal, long* id, short filter1, long filter2, short filter3, short filter4, long filter5,
-         long filter6, long from, long to),
-        (ordinal, id, filter1, filter2, filter3, filter4, filter5, filter6, from, to),
-        p.LogEvent()->GetEventByOrdinal(ordinal, id, filter1, filter2, filter3, filter4, filter5, filter6,
-                                        Date(from), Date(to)))
+KV_FILTERED_PAIRS(LogEvents, LogEvent, LogEvent, GetEventsCount, GetEventByOrdinal,
+                  (short filter1, long filter2, short filter3, short filter4, long filter5, long filter6),
+                  (filter1, filter2, filter3, filter4, filter5, filter6))
 KV_PAIR(ClearLogEvent, FAMILY_CALLS, (long id), (id),
         p.LogEvent()->ClearEvent(id, p.ClientID()))
 KV_PAIR(AckLogEvent, FAMILY_CALLS, (long id), (id),

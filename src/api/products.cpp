@@ -24,7 +24,7 @@ KV_PAIR(GetProductsCountFiltered, FAMILY_CALLS,
         (count, filter1, filter2, filter3, filter4, filter5, filter6, filter7),
         p.Product()->GetProductsCount(count, filter1, GetStr(filter2), GetStr(filter3), GetStr(filter4),
                                       GetStr(filter5), filter6, filter7))
-KV_PAIR(GetProductByOrdinalFiltered, FAMILY_CALLS,
+KV_PAIR(GetProductIDByOrdinalFiltered, FAMILY_CALLS,
         (long ordinal, long* id, long filter1, const char* filter2, const char* filter3, const char* filter4,
          const char* filter5, long filter6, long filter7),
         (ordinal, id, filter1, filter2, filter3, filter4, filter5, filter6, filter7),

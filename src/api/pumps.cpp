@@ -135,7 +135,7 @@ KV_PAIR(GetPumpStatusEx2, FAMILY_CALLS, (KV_STATUS_EX_PARAMS, double* f28, doubl
     id, index, f1, f2, f3, f4, f5, f6, f7, f8, f9, f10, f11, f12, f13, f14, f15, f16, f17
 #define KV_PUMP_DELIVERY_OUTS                                                                   \
     id, index, f1, f2, f3, f4, f5, f6, OutStr(r, f7), OutStr(r, f8), f9, OutCur(f10),           \
-        OutCur(f11), OutCur(f12), f13, f14, f15, OutDate(r, f16), f17
+        OutCur(f11), OutCur(f12), f13, f14, f15, OutDateAny(f16), f17
 // The six fixed-point values that follow the 17 (f18 to f23).
 #define KV_PUMP_DELIVERY_CURS                                                                   \
     OutCur(f18), OutCur(f19), OutCur(f20), OutCur(f21), OutCur(f22), OutCur(f23)
@@ -207,15 +207,12 @@ extern "C" KV_API long ExtAuthoriseVFP(long id, const char* a1, const char* a2, 
                               amount, a5, 0.0, 0.0, a2, a1, nullptr, nullptr);
 }
 
-// GetPumpDeliveryPropertiesEx3 with this form's outputs in their places and nothing else
-// wanted.
-extern "C" KV_API long GetPumpDeliveryPropertiesVFP(long id, short index, long* f1, short* f2, long* f4,
-                                                    long* f6, char* f7, double* f10, double* f11,
-                                                    double* f12, long* f13, long* f16, long* f25)
-{
-    CSLock lock;
-    return GetPumpDeliveryPropertiesEx3MT(pGCLProcess, id, index, f1, f2, nullptr, f4, nullptr, f6, f7,
-                                          nullptr, nullptr, f10, f11, f12, f13, nullptr, nullptr, f16,
-                                          nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                          nullptr, f25, nullptr);
-}
+// GetDeliveryPropertiesEx in the frame of GetPumpDeliveryPropertiesEx3, with this form's
+// outputs in their places; every other reference goes as tag 18, the second string too.
+KV_SINGLE(GetPumpDeliveryPropertiesVFP, FAMILY_CALLS,
+          (long id, short index, long* f1, short* f2, long* f4, long* f6, char* f7, double* f10,
+           double* f11, double* f12, long* f13, long* f16, long* f25),
+          p.Pump()->GetDeliveryPropertiesEx(id, index, f1, f2, nullptr, f4, nullptr, f6, OutStr(r, f7), nullptr,
+                                            nullptr, OutCur(f10), OutCur(f11), OutCur(f12), f13, nullptr, nullptr,
+                                            OutDateAny(f16), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                            nullptr, nullptr, f25, nullptr, nullptr))

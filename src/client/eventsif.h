@@ -66,7 +66,7 @@ class CEventQueueing {
 public:
     explicit CEventQueueing(CKVCLProcess& session) : _session(session) {}
 
-#define KV_QUEUE_ROW(Record, Code, Row) \
+#define KV_QUEUE_ROW(Record, Code, Row, ...) \
     long Row(const auto&... f) { return Queue<Record>(f...); }
     KV_EVENT_RECORDS(KV_QUEUE_ROW)
 #undef KV_QUEUE_ROW

@@ -31,7 +31,7 @@ constexpr long kLogoffWaitUs = 250000;
 constexpr long kBusyWaitUs = 1000000;
 constexpr int kLogonTries = 10;
 constexpr int kReconnectTries = 5;
-constexpr unsigned long kEventTypeLimit = 0x0FFFFFFF;
+constexpr int32_t kEventTypeLimit = 0x0FFFFFFF;
 constexpr unsigned short kEventsObject = 2;
 constexpr unsigned short kDBObject = 1;
 
@@ -333,12 +333,13 @@ long CKVCLProcess::Reconnect()
     return OK_RESULT;
 }
 
-// Bits 28 to 31 are never stored, but the mask is sent as given in every case.
+// The mask is a signed 32-bit value, as it travels: one above 0x0FFFFFFF is not stored, a
+// negative one is. It is sent as given in every case.
 long CKVCLProcess::SetClientEventType(long clientId, long mask)
 {
-    const unsigned long bits = static_cast<uint32_t>(mask);
-    if (bits != 0 && bits <= kEventTypeLimit && mask != _clientEventType) {
-        _clientEventType = mask;
+    const int32_t bits = static_cast<int32_t>(mask);
+    if (bits != 0 && bits <= kEventTypeLimit && bits != _clientEventType) {
+        _clientEventType = bits;
         _trace->Log("SetClientEventType %08X", static_cast<unsigned>(bits));
     }
     if (!_client)

@@ -100,6 +100,14 @@ TEST_F(ApiFrame, EveryFamilyChecksSessionConnectionAndClientType) {
     EXPECT_EQ(std::make_pair(LogMT(lost.s, "x"), CheckForManagementFtnMT(&calls.s)), std::make_pair(-14L, 0L));
     lost.s->SetConnected(true);
 
+    // Logged off, a session has no client proxy to send with: no session, quietly.
+    lost.s->Logoff();
+    server.Clear();
+    EXPECT_EQ(std::make_pair(WDResetMT(lost.s), SetTCPIPConfigMT(lost.s, "a", "b", "c", "d", 1, "e")),
+              std::make_pair(8L, 8L));
+    EXPECT_EQ(dir.ClientLog(41).find("CONNECTION_BROKEN"), std::string::npos);
+    EXPECT_EQ(server.CallCount(), 0u);
+
     // And through: the client number as the object, the generic count on the class.
     server.Clear();
     server.On(IF_CLIENT, 15, [](const FakeCall&, FakeReply& r) { r.Short(0, 1).Short(1, 2); });
@@ -168,6 +176,12 @@ TEST_F(ApiConversions, DoublesDatesAndStringsCrossTheBoundary) {
     std::memcpy(buf, "     ", 6);
     EXPECT_EQ(GetIniValueMT(s, "A", "B", buf), 2);
     EXPECT_STREQ(buf, "     ");
+    // Requested as an empty string; a server that leaves it alone (tag 18) gives an empty one.
+    server.On(IF_CLIENT, 29, [](const FakeCall& c, FakeReply& r) {
+        if (c.Arg(2).tag == TAG_PSTR && c.Arg(2).s.empty()) r.Set(0, TAG_NULL, 0);
+    });
+    EXPECT_EQ(GetIniValueMT(s, "A", "B", buf), 0);
+    EXPECT_EQ(Buffer(buf, 6), Buffer("\0\0\0\0\0", 6));
 
     server.On(IF_CLIENT, 45, [](const FakeCall&, FakeReply& r) {
         r.Str(0, "10.0.0.2").Str(1, "255.0.0.0").Str(2, "10.0.0.1").Str(3, "kv").Short(4, 1).Str(5, "dns");
@@ -195,8 +209,13 @@ TEST(ApiStrings, DllVersionAndFixedTextsNeedNoSession) {
     EXPECT_EQ(DllVersion(buf), 0);
     EXPECT_EQ(Buffer(buf, 32), Buffer("Client Version 2,5,6,0\0\0\0\0\0\0\0\0\0x", 32));
     EXPECT_EQ(DllVersion(nullptr), 0);
+    std::memset(buf, ' ', 10);
+    buf[10] = 0;
+    EXPECT_EQ(Got(DllVersionMT(nullptr, buf), buf), std::make_tuple(0, "Client Ver"));
     for (const char* text : {ResultString(-14), PumpStateString(3), DeliveryStateString(1), ReserveTypeString(2),
-                             DeliveryTypeString(1)})
+                             DeliveryTypeString(1), ResultStringMT(nullptr, -14), PumpStateStringMT(nullptr, 3),
+                             DeliveryStateStringMT(nullptr, 1), ReserveTypeStringMT(nullptr, 2),
+                             DeliveryTypeStringMT(nullptr, 1)})
         EXPECT_STREQ(text, "");
     EXPECT_EQ(Log("x"), 0);
     EXPECT_EQ(DllMain(nullptr, 7, nullptr), 1);
@@ -212,6 +231,10 @@ TEST_F(ApiClientType, EventMaskSurvivesClientLogonButNotClientLogonEx) {
     EXPECT_EQ(SetClientType(0x10000000), 0);   // sent, not kept
     EXPECT_EQ(Got(GetClientType(&mask), mask), std::make_tuple(0, 5));
     EXPECT_EQ(server.CallsTo(IF_CLIENT, 40).back().Int(0), 0x10000000);
+    // The mask is signed: a negative one is not above the limit, and is kept.
+    EXPECT_EQ(SetClientType(-1), 0);
+    EXPECT_EQ(Got(GetClientType(&mask), mask), std::make_tuple(0, -1));
+    EXPECT_EQ(SetClientType(5), 0);
 
     // A second ClientLogon replaces the session and carries the mask over to the server.
     server.Clear();

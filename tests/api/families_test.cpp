@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <functional>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -32,7 +33,6 @@ struct Request {
     std::vector<uint8_t> data;
     bool oneWay = false;
 };
-#define KV_UNPAREN(...) __VA_ARGS__
 #define KV_REQUEST(Name, Args, Type, Fn, Obj, ...)                                                                \
     Request{#Name, [](CKVCLProcess* s) { return Name##MT(s, KV_UNPAREN Args); }, [] { return Name(KV_UNPAREN Args); }, \
             Type, Fn, Obj, __VA_ARGS__}
@@ -131,7 +131,7 @@ const std::vector<Request>& Rows()
                    20, -1,
                    Wire().L(9).L(1).S(2).S(3).C(40000).S(5).C(60000).C(70000).C(80000).D(~0ULL).L(10).L(11).L(12)
                        .L(13).D(Day(2000000)).C(0).C(0).C(0).C(18000).C(19000).C(20000).X(-1).L(22).L(23).C(0).End()),
-        KV_REQUEST(GetHoseByOrdinalFiltered, (2, &g_long, 1, -1, 3), IF_HOSE, 16, -1,
+        KV_REQUEST(GetHoseIDByOrdinalFiltered, (2, &g_long, 1, -1, 3), IF_HOSE, 16, -1,
                    Wire().L(2).PL(3).L(1).L(-1).L(3).End()),
         KV_REQUEST(SetGradePrice, (4, 2, 1.459), IF_GRADE, 16, 4, Wire().S(2).C(14590).End()),
         KV_REQUEST(GetProductsCountFiltered, (&g_long, 1, "a", nullptr, "c", "d", 6, 7), IF_PRODUCT, 15, -1,
@@ -149,8 +149,16 @@ const std::vector<Request>& Rows()
                    Wire().L(8).L(80).Str("a").L(3).S(4).L(5).X(1LL << 40).D(kWhenTicks).End()),
         KV_REQUEST(GetZigBeeByName, ("z", &g_long), IF_ZIGBEE, 7, -1, Wire().Str("z").PL(3).End()),
         KV_REQUEST(AckLogEvent, (11), IF_LOGEVENT, 16, 11, Wire().L(kClient).End()),
-        KV_REQUEST(GetLogEventsCountFiltered, (&g_long, 1, 2, 3, 4, 5, 6, 0, kWhen), IF_LOGEVENT, 17, -1,
+        KV_REQUEST(GetLogEventsCountFilteredEx, (&g_long, 1, 2, 3, 4, 5, 6, 0, kWhen), IF_LOGEVENT, 17, -1,
                    Wire().PL(3).S(1).L(2).S(3).S(4).L(5).L(6).D(~0ULL).D(kWhenTicks).End()),
+        KV_REQUEST(GetSaleItemIDByOrdinalFiltered, (2, &g_long, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14),
+                   IF_SALEITEM, 23, -1,
+                   Wire().L(2).PL(3).L(1).L(2).L(3).L(4).L(5).L(6).X(7).L(8).L(9).X(10).L(11).L(12).S(13).S(14)
+                       .D(~0ULL).D(~0ULL).End()),
+        // New sends the name, the ID, then the number.
+        KV_REQUEST(NewPump, (5, 12, "P5"), IF_PUMP, 3, -1, Wire().Str("P5").L(5).L(12).End()),
+        KV_REQUEST(SetTankName, (4, "T"), IF_TANK, 12, 4, Wire().Str("T").End()),
+        KV_REQUEST(SetGradeNumber, (4, 9), IF_GRADE, 10, 4, Wire().L(9).End()),
     };
     return rows;
 }
@@ -246,8 +254,26 @@ TEST_F(PumpApi, EachFormRequestsOnlyWhatItExposes) {
     EXPECT_STREQ(f7, "v6");
     EXPECT_DOUBLE_EQ(f10, 0.0109);
     EXPECT_DOUBLE_EQ(f12, 0.0111);
-    const FakeCall c = Last(IF_PUMP, 35);   // f3, f5, f17 and f26 are not wanted
-    EXPECT_EQ(std::vector<uint8_t>({c.Arg(3).tag, c.Arg(5).tag, c.Arg(17).tag, c.Arg(26).tag}), std::vector<uint8_t>(4, TAG_NULL));
+    // Every reference it does not expose goes as tag 18, the second string and the amounts too.
+    const FakeCall c = Last(IF_PUMP, 35);
+    const std::set<int> exposed = {1, 2, 4, 6, 7, 10, 11, 12, 13, 16, 25};
+    for (int k = 1; k <= 27; ++k)
+        EXPECT_EQ(c.Arg(k).tag == TAG_NULL, !exposed.count(k)) << k;
+}
+
+TEST_F(PumpApi, DeliveryDataWriteTheirDateWhateverTheResult) {
+    long f16 = 5;
+    const std::function<long()> forms[] = {
+        Zeroed(GetPumpDeliveryPropertiesMT).Set<0>(5).Set<17>(&f16), Zeroed(GetPumpDeliveryPropertiesExMT).Set<0>(5).Set<17>(&f16),
+        Zeroed(GetPumpDeliveryPropertiesEx2MT).Set<0>(5).Set<17>(&f16), Zeroed(GetPumpDeliveryPropertiesEx3MT).Set<0>(5).Set<17>(&f16),
+        Zeroed(GetPumpDeliveryPropertiesEx4MT).Set<0>(5).Set<17>(&f16),
+        [&] { return GetPumpDeliveryPropertiesVFP(5, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &f16, nullptr); }};
+    for (const auto& form : forms) {
+        server.QueueResults(IF_PUMP, 18, {2});
+        server.QueueResults(IF_PUMP, 35, {2});
+        f16 = 5;
+        EXPECT_EQ(Got(form(), f16), std::make_tuple(2, -921101622));
+    }
 }
 
 using DeliveryApi = FamilyTest;

@@ -197,7 +197,7 @@ void ExpectDefault(const Holder<N, P>& h)
         EXPECT_EQ(h.v, 0.0) << "field " << N;
     } else if constexpr (std::is_same_v<F, CDate>) {
         EXPECT_EQ(h.v, kEmptyDateOut) << "field " << N;
-    } else if constexpr (std::is_same_v<F, long>) {
+    } else if constexpr (R::template kIdentifier<N>) {
         EXPECT_EQ(h.v, static_cast<P>(-1)) << "field " << N;
     } else {
         EXPECT_EQ(h.v, P(0)) << "field " << N;
@@ -324,6 +324,22 @@ TEST_F(GetNextEvent, OutputsHoldTheirDefaultsWheneverNothingIsTaken)
     EXPECT_EQ(GetNextServerEvent(&id, text), NO_SESSION_RESULT);
     EXPECT_EQ(id, -1);
     EXPECT_STREQ(text, "  ");
+}
+
+TEST_F(GetNextEvent, IdentifiersStartAtMinusOneCountsStatesAndCodesAtZero)
+{
+    long ids[6], state = 5, type = 5, lockOwner = 5, attendant = 5;
+    EXPECT_EQ(GetNextDeliveryEventMT(c.s, &ids[0], &ids[1], &ids[2], &ids[3], &ids[4], &ids[5], nullptr, nullptr,
+                                     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &state, &type,
+                                     &lockOwner, &attendant), 2);
+    EXPECT_EQ(std::make_tuple(ids[0], ids[5], state, type, lockOwner, attendant),
+              std::make_tuple(-1L, -1L, 0L, 0L, -1L, -1L));
+    long pumpNumber = 5, deliveryId = 5, logId = 5, code = 5;
+    short reserveType = 5;
+    EXPECT_EQ(GetNextPumpEventMT(c.s, nullptr, &pumpNumber, nullptr, nullptr, &deliveryId, nullptr, &reserveType,
+                                 nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr), 2);
+    EXPECT_EQ(GetNextDBLogEventMT(c.s, &logId, &code, nullptr, nullptr), 2);
+    EXPECT_EQ(std::make_tuple(pumpNumber, deliveryId, reserveType, logId, code), std::make_tuple(-1L, -1L, short{0}, -1L, 0L));
 }
 
 TEST_F(CIEvents, OlderCallsGiveTheRecordOfTheNewerOnes)
