@@ -94,7 +94,7 @@ TEST(KvClientExports, HeaderNamesTheSessionFormsThatLock) {
     std::set<std::string> waited;
     for (const auto& [name, call] : forms) {
         auto done = std::async(std::launch::async, call);
-        if (done.wait_for(std::chrono::milliseconds(200)) == std::future_status::timeout) {
+        if (done.wait_for(std::chrono::seconds(1)) == std::future_status::timeout) {
             waited.insert(name);
             LeaveCS();
             done.wait();
