@@ -189,7 +189,7 @@ private:
                     p.buf[side].insert(p.buf[side].end(), buf, buf + n);
                     Count(p.buf[side]);
                     for (ssize_t at = 0; at < n;) {
-                        const ssize_t w = write(p.fd[1 - side], buf + at, size_t(n - at));
+                        const ssize_t w = send(p.fd[1 - side], buf + at, size_t(n - at), MSG_NOSIGNAL);
                         if (w <= 0) break;
                         at += w;
                     }
