@@ -317,7 +317,7 @@ TEST(Dissector, FlagsMalformedCutShortAndGarbageDataWithoutALuaError)
         b.Send(true, big.data(), big.size(), 1000, 40 + 50);                // snapshot cut at 50 bytes
         kvtest::CPcapFlow all(w, 40004, 41000);   // every tag type, sent to Logon (l S)
         const auto values = msg(13, 3, {0, 0xFB, 2, 2, 4, 0xFE, 0xFF, 6, 0x70, 0x11, 1, 0,
-                                         8, 0, 0, 0, 0, 0, 0, 0xF8, 0x3F, 10, 0xC7, 0xCF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                         8, 0, 0, 0, 0, 0, 0, 0xF8, 0x3F, 10, 0xC3, 0xD8, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
                                          12, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
                                          13, 0x00, 0x80, 0x3E, 0xD5, 0xDE, 0xB1, 0x9D, 0x01,
                                          14, 2, 0, 0xE9, 0, 0xAC, 0x20, 16, 3, 0, 1, 2, 3, 18,
@@ -350,7 +350,7 @@ TEST(Dissector, FlagsMalformedCutShortAndGarbageDataWithoutALuaError)
     ASSERT_EQ(10u, d.msgs.size());   // 3 CONNECT, 6 calls and the bad kind, the cut one; no noise
     const auto logon = Where(d.msgs, "CIClient.Logon", "request");
     ASSERT_EQ(1u, logon.size());
-    EXPECT_EQ((std::vector<std::string>{"-5", "true", "-2", "70000", "1.5", "-1.2345", "no date",
+    EXPECT_EQ((std::vector<std::string>{"-5", "true", "-2", "70000", "1.5", "-1.0045", "no date",
                                         "1970-01-01 00:00:00 UTC", "\u00e9\u20ac", "3 bytes", "(not wanted)", "-1",
                                         "1099511627776"}),
               logon[0].All("kvrpc.arg.value"));
