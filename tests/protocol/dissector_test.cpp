@@ -3,9 +3,6 @@
 // tshark, both by heuristic and by configured ports; then captures with malformed,
 // cut-short and garbage data, which must be flagged without a Lua error.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <filesystem>
 #include <map>
@@ -16,39 +13,32 @@
 
 #ifdef KV_TSHARK_TESTS
 
-extern char** environ;
-
 namespace {
 
 using kvtest::TempDir;
 
-// One kvrpc message of a decode: its fields in tree order.
+// One kvrpc message of a decode: its fields, those of one name in tree order.
 struct Msg {
     int frame = 0;
-    std::vector<std::pair<std::string, std::string>> fields;
-    std::string Get(const std::string& name, size_t n = 0) const
+    std::multimap<std::string, std::string> fields;
+    std::string Get(const std::string& name) const
     {
-        for (const auto& [k, v] : fields)
-            if (k == name && n-- == 0) return v;
-        return "";
+        const auto it = fields.find(name);
+        return it == fields.end() ? "" : it->second;
     }
     std::vector<std::string> All(const std::string& name) const
     {
         std::vector<std::string> out;
-        for (const auto& [k, v] : fields)
-            if (k == name) out.push_back(v);
+        for (auto [it, end] = fields.equal_range(name); it != end; ++it) out.push_back(it->second);
         return out;
     }
-    bool Has(const std::string& name) const { return !All(name).empty(); }
+    bool Has(const std::string& name) const { return fields.count(name) > 0; }
 };
 
 std::string Unescape(std::string s)
 {
-    static const std::pair<const char*, const char*> kEnt[] = {
-        {"&quot;", "\""}, {"&lt;", "<"}, {"&gt;", ">"}, {"&apos;", "'"}, {"&amp;", "&"}};
-    for (const auto& [from, to] : kEnt)
-        for (size_t at = 0; (at = s.find(from, at)) != std::string::npos; at += std::strlen(to))
-            s.replace(at, std::strlen(from), to);
+    for (const auto& [from, to] : {std::pair{"&quot;", "\""}, {"&lt;", "<"}, {"&gt;", ">"}, {"&apos;", "'"}, {"&amp;", "&"}})
+        for (size_t at = 0; (at = s.find(from, at)) != std::string::npos; ++at) s.replace(at, std::strlen(from), to);
     return s;
 }
 
@@ -84,7 +74,7 @@ Decode Tshark(const std::string& pcap, const std::string& options = "")
             cur = nullptr;
         } else if (std::regex_search(line, m, kField)) {
             if (m[1] == "frame.number") frame = std::stoi(m[2]);
-            else if (cur) cur->fields.emplace_back(m[1], Unescape(m[2]));
+            else if (cur) cur->fields.emplace(m[1], Unescape(m[2]));
         }
     }
     return d;
@@ -98,31 +88,20 @@ std::vector<Msg> Where(const std::vector<Msg>& all, const std::string& call, con
     return out;
 }
 
-// kvsim on free loopback ports, as its own process.
+// kvsim on free loopback ports, as its own process, stopped by its quit command.
 class CKvsim {
 public:
     explicit CKvsim(const std::string& dir)
+        : _out(popen((KV_KVSIM " --no-stdin --speed 20 --flow 2 --workdir " + dir + "/sim").c_str(), "r"))
     {
-        int out[2];
-        if (pipe(out) != 0) return;
-        posix_spawn_file_actions_t fa;
-        posix_spawn_file_actions_init(&fa);
-        posix_spawn_file_actions_adddup2(&fa, out[1], 1);
-        posix_spawn_file_actions_addclose(&fa, out[0]);
-        const std::string work = dir + "/sim";
-        const char* argv[] = {KV_KVSIM, "--no-stdin", "--speed", "20", "--flow", "2", "--workdir", work.c_str(), nullptr};
-        if (posix_spawn(&_pid, KV_KVSIM, &fa, nullptr, const_cast<char**>(argv), environ) != 0) _pid = -1;
-        posix_spawn_file_actions_destroy(&fa);
-        close(out[1]);
-        _out = fdopen(out[0], "r");
         char line[256];
-        while (_pid > 0 && std::fgets(line, sizeof line, _out))
+        while (_out && std::fgets(line, sizeof line, _out))
             if (std::sscanf(line, "KVSIM READY call=%hu events=%hu control=%hu", &call, &events, &control) == 3) break;
     }
     ~CKvsim()
     {
-        if (_pid > 0) kill(_pid, SIGTERM), waitpid(_pid, nullptr, 0);
-        if (_out) std::fclose(_out);
+        if (control) Command("quit");
+        if (_out) pclose(_out);
     }
     CKvsim(const CKvsim&) = delete;
     CKvsim& operator=(const CKvsim&) = delete;
@@ -133,18 +112,15 @@ public:
         sockaddr_in a{};
         a.sin_family = AF_INET, a.sin_addr.s_addr = htonl(INADDR_LOOPBACK), a.sin_port = htons(control);
         std::string answer;
-        if (connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 && write(fd, (c + "\n").data(), c.size() + 1) > 0) {
-            char ch;
-            while (read(fd, &ch, 1) == 1 && ch != '\n') answer += ch;
-        }
+        if (connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 && write(fd, (c + "\n").data(), c.size() + 1) > 0)
+            for (char ch; read(fd, &ch, 1) == 1 && ch != '\n';) answer += ch;
         close(fd);
         return answer;
     }
     uint16_t call = 0, events = 0, control = 0;
 
 private:
-    pid_t _pid = -1;
-    FILE* _out = nullptr;
+    FILE* _out;
 };
 
 // One recorded session: logon of client 5 with calls and both event kinds, a postpay sale
