@@ -301,6 +301,13 @@ TEST(Dissector, FlagsMalformedCutShortAndGarbageDataWithoutALuaError)
                                          21, 0, 0, 0, 0, 0, 1, 0, 0, 19});
         all.Send(true, connect.data(), connect.size());
         all.Send(true, values.data(), values.size());
+        kvtest::CPcapFlow full(w, 40005, 41000);   // 2048 data bytes: the end tag lies beyond the readable area
+        std::vector<uint8_t> block = {16, 0xFC, 0x07};
+        block.resize(2047);
+        block.push_back(19);
+        const auto unreadable = msg(99, 4, block);
+        full.Send(true, connect.data(), connect.size());
+        full.Send(true, unreadable.data(), unreadable.size(), 1400);
         kvtest::CPcapFlow c(w, 40003, 41000);
         std::vector<uint8_t> noise(997);
         for (size_t k = 0; k < noise.size(); ++k) noise[k] = uint8_t(k * 131 + 7);
@@ -318,19 +325,21 @@ TEST(Dissector, FlagsMalformedCutShortAndGarbageDataWithoutALuaError)
     }
     std::map<std::string, int> flagged;
     for (const Msg& m : d.msgs)
-        for (const char* e : {"kvrpc.malformed", "kvrpc.mismatch", "kvrpc.truncated"})
+        for (const char* e : {"kvrpc.malformed", "kvrpc.mismatch", "kvrpc.truncated", "kvrpc.unreadable", "kvrpc.unknown"})
             flagged[e] += m.Has(e);
     EXPECT_EQ(4, flagged["kvrpc.malformed"]);   // unknown tag, long string, no end tag, kind 7
     EXPECT_EQ(2, flagged["kvrpc.mismatch"]);    // Authorise with an l, Logon with every type
     EXPECT_EQ(1, flagged["kvrpc.truncated"]);
-    ASSERT_EQ(10u, d.msgs.size());   // 3 CONNECT, 6 calls and the bad kind, the cut one; no noise
+    EXPECT_EQ(1, flagged["kvrpc.unreadable"]);
+    EXPECT_EQ(1, flagged["kvrpc.unknown"]);     // pump function 99
+    ASSERT_EQ(12u, d.msgs.size());   // 4 CONNECT, 7 calls and the bad kind, the cut one; no noise
     const auto logon = Where(d.msgs, "CIClient.Logon", "request");
     ASSERT_EQ(1u, logon.size());
     EXPECT_EQ((std::vector<std::string>{"-5", "true", "-2", "70000", "1.5", "-1.0045", "no date",
                                         "1970-01-01 00:00:00 UTC", "\u00e9\u20ac", "3 bytes", "(not wanted)", "-1",
                                         "1099511627776"}),
               logon[0].All("kvrpc.arg.value"));
-    EXPECT_GE(c.msgs.size(), 10u);
+    EXPECT_GE(c.msgs.size(), 12u);
 }
 
 #else

@@ -136,7 +136,8 @@ local function dissect_args(tvb, t, at, len)
   while pos < len do
     local tag = tvb(at + pos, 1):uint()
     if tag == 19 then
-      t:add(f.arg_tag, tvb(at + pos, 1)):append_text(" (end of parameters)")
+      local it = t:add(f.arg_tag, tvb(at + pos, 1)):append_text(" (end of parameters)")
+      if pos >= kv_data_size - 1 then it:add_proto_expert_info(e.unreadable) end
       pos, ended = pos + 1, true
       break
     end
@@ -180,7 +181,7 @@ local function dissect_args(tvb, t, at, len)
     if tag == 10 or tag == 11 then a:add_le(f.arg_cur, v) end
     if tag == 12 or tag == 13 then a:add_le(f.arg_ticks, v) end
     if tag == 16 and count > 0 then a:add(f.arg_block, v(2)) end
-    -- The client reads up to data offset 2046 only (strings and blocks to 2047).
+    -- The client reads tags and values up to data offset 2046 only (characters to 2047).
     local limit = width < 0 and kv_data_size or kv_data_size - 1
     if pos + 1 + vlen > limit then a:add_proto_expert_info(e.unreadable) end
     pos = pos + 1 + vlen
