@@ -292,6 +292,8 @@ end
 local function dissect_stream(tvb, pinfo, tree)
   local have, off, infos = tvb:len(), 0, {}
   local cut = tvb:reported_len() > have
+  -- TCP may call once for a reassembled message and again for the rest of the segment.
+  local again = tostring(pinfo.cols.protocol) == "KVRPC"
   pinfo.cols.protocol = "KVRPC"
   while off < have do
     local rest = have - off
@@ -323,7 +325,10 @@ local function dissect_stream(tvb, pinfo, tree)
     infos[#infos + 1] = info
     off = off + kv_header_size + len
   end
-  if #infos > 0 then pinfo.cols.info = table.concat(infos, "; ") end
+  if #infos > 0 then
+    local text = table.concat(infos, "; ")
+    if again then pinfo.cols.info:append("; " .. text) else pinfo.cols.info = text end
+  end
   return have
 end
 
