@@ -12,7 +12,7 @@ CONF_tsan   = -DKV_SANITIZE=thread
 all: build
 
 deps:
-	@tools/deps.sh base i386
+	@tools/deps.sh base i386 wireshark
 
 CONFIGS = x86_64 i386 asan tsan
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes sure the build machine has what `make` needs; installs it when run as root.
-# Usage: tools/deps.sh [base|i386|fuzz|bench]...
+# Usage: tools/deps.sh [base|i386|fuzz|bench|wireshark]...
 set -euo pipefail
 
 need_pkgs=()
@@ -24,6 +24,9 @@ for want in "${@:-base}"; do
       check "Google Benchmark" libbenchmark-dev test -f /usr/include/benchmark/benchmark.h
       check taskset util-linux command -v taskset
       ;;
+    wireshark)   # tshark with Lua runs the dissector tests
+      check "tshark with Lua" tshark sh -c 'tshark -G folders | grep -qi "^Personal Lua Plugins"'
+      ;;
     fuzz)
       check clang clang command -v clang++
       check "libFuzzer runtime" libclang-rt-dev sh -c 'ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a'
@@ -35,6 +38,8 @@ done
 if [ "$(id -u)" = 0 ] && command -v apt-get >/dev/null; then
   echo "deps: installing ${need_pkgs[*]}"
   export DEBIAN_FRONTEND=noninteractive
+  # tshark asks whether non-root users may capture; answer no without a prompt.
+  echo "wireshark-common wireshark-common/install-setuid boolean false" | debconf-set-selections
   apt-get update -qq
   apt-get install -y -qq "${need_pkgs[@]}"
 else

@@ -181,7 +181,7 @@ TEST(ProtocolDoc, NamesTheRowThatDrifts)
         {"| 14 | Set | -1 | l×2 S×5 s×5 |", "| 14 | Set | object | l×2 S×5 s×5 |", "CIAttendant 14 Set (line"},
         {"| 34 | GetIDByOrdinalFiletered |", "| 34 | GetIDByOrdinalFiltered |", "CIDelivery 34 GetIDByOrdinalFiltered"},
         {"| 3 | New | -1 | S l l |", "| 3 | New | -1 | l l S |", "common 3 New"},
-        {"| 20 | AttendantLogoff | -1 | l | one-way |  |\n", "", "CIDB 20 AttendantLogoff: not in the document"},
+        {"| 20 | AttendantLogoff | -1 | l | one-way | project: one-way |\n", "", "CIDB 20 AttendantLogoff: not in the document"},
         {"| 47 | WDReset | object | — |  |  |", "| 48 | WDReset | object | — |  |  |", "CIClient 48 WDReset (line"},
         {"## CITank — interface 7", "## CITank — interface 17", "CITank 13 Get: not in the document"},
     };
