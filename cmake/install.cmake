@@ -19,6 +19,8 @@ if(NOT DEFINED CMAKE_INSTALL_LIBDIR OR CMAKE_INSTALL_LIBDIR STREQUAL "lib")
 endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+# Installing and packaging need only the installed targets, not every test program.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 set(KV_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/kvclient)
 
@@ -75,11 +77,9 @@ set(CPACK_PACKAGE_NAME kvclient)
 set(CPACK_PACKAGE_VENDOR "kvclient developers")
 set(CPACK_PACKAGE_CONTACT "kvclient developers <kvclient@localhost>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-# Install scripts run with CMAKE_INSTALL_PREFIX=/usr under a staging DESTDIR, so that
-# kvclient.pc says /usr whatever prefix the build tree was configured with.
+# Install scripts then run with CMAKE_INSTALL_PREFIX=/usr, so kvclient.pc says /usr
+# whatever prefix the build tree was configured with.
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_INSTALL_PREFIX /usr)
-set(CPACK_SET_DESTDIR ON)
 # Debian ships stripped binaries (debug information goes to separate packages).
 set(CPACK_STRIP_FILES ON)
 set(CPACK_THREADS 2)

@@ -55,5 +55,5 @@ for f in "$lib/libkvclient.so.2" usr/bin/kvsim usr/bin/kvcli; do
   readelf -h "$tmp/x/$f" | grep -q "Class: *$class" || fail "$f is not $class"
 done
 readelf -d "$tmp/x/$lib/libkvclient.so.2" | grep -q 'SONAME.*\[libkvclient.so.2\]' || fail "bad SONAME"
-grep -qx 'prefix=/usr' "$tmp/x/$lib/pkgconfig/kvclient.pc" || fail "kvclient.pc: $(head -1 "$tmp/x/$lib/pkgconfig/kvclient.pc")"
+grep -qx "prefix=/usr" "$tmp/x/$lib/pkgconfig/kvclient.pc" || fail "kvclient.pc: $(head -1 "$tmp/x/$lib/pkgconfig/kvclient.pc")"
 echo "packages of $arch: fields, contents and binaries as expected"
