@@ -44,17 +44,18 @@ install(FILES ${CMAKE_BINARY_DIR}/kvclientConfig.cmake ${CMAKE_BINARY_DIR}/kvcli
   DESTINATION ${KV_CMAKE_DIR} COMPONENT dev)
 
 # kvclient.pc names the prefix that the install actually goes to (cmake --install --prefix,
-# or /usr inside a package), so it is written at install time.
-set(KV_PC_STAGE ${CMAKE_BINARY_DIR}/kvclient.pc.install)
+# or /usr inside a package), so it is written at install time, straight to its place:
+# installs of one build tree into two prefixes at once must not share a file.
 install(CODE "
   set(KV_PC_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
   set(CMAKE_INSTALL_LIBDIR \"${CMAKE_INSTALL_LIBDIR}\")
   set(CMAKE_INSTALL_INCLUDEDIR \"${CMAKE_INSTALL_INCLUDEDIR}\")
   set(PROJECT_VERSION \"${PROJECT_VERSION}\")
-  configure_file(\"${CMAKE_CURRENT_LIST_DIR}/kvclient.pc.in\" \"${KV_PC_STAGE}\" @ONLY)
+  set(pc \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig/kvclient.pc\")
+  message(STATUS \"Installing: \${pc}\")
+  configure_file(\"${CMAKE_CURRENT_LIST_DIR}/kvclient.pc.in\" \"\${pc}\" @ONLY)
+  list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${pc}\")
 " COMPONENT dev)
-install(FILES ${KV_PC_STAGE} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig RENAME kvclient.pc
-  COMPONENT dev)
 
 install(FILES ${CMAKE_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev
@@ -99,8 +100,8 @@ set(KV_DEB_CXX_DEPENDS "libc6 (>= 2.34), libstdc++6 (>= 12), libgcc-s1 (>= 3.0)"
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkvclient2)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${KV_DEB_CXX_DEPENDS}")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/deb/triggers)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)  # only the runtime package holds a library
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "client library of the KVServer forecourt controller
 The shared library through which point-of-sale, back-office and other station

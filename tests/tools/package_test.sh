@@ -46,7 +46,9 @@ done
 field libkvclient2 Depends | grep -q 'libc6 (>= ' || fail "libkvclient2 does not depend on libc6"
 field libkvclient-dev Depends | grep -qF "libkvclient2 (= $version)" || fail "libkvclient-dev: $(field libkvclient-dev Depends)"
 field kvclient-tools Depends | grep -qF "libkvclient2 (= $version)" || fail "kvclient-tools: $(field kvclient-tools Depends)"
-dpkg-deb --ctrl-tarfile "$(deb libkvclient2)" | tar -x -O ./triggers | grep -q ldconfig || fail "no ldconfig trigger"
+dpkg-deb --ctrl-tarfile "$(deb libkvclient2)" | tar -x -O ./postinst | grep -q ldconfig || fail "postinst runs no ldconfig"
+dpkg-deb --ctrl-tarfile "$(deb libkvclient2)" | tar -x -O ./shlibs | grep -qx "libkvclient 2 libkvclient2 (>= $version)" ||
+  fail "no shlibs entry for libkvclient.so.2"
 
 # The binaries are of the package's architecture; the .pc file names /usr.
 mkdir "$tmp/x"
