@@ -14,12 +14,13 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "python"))
 import kvclient  # noqa: E402
 from conftest import wait_for  # noqa: E402
 
+KVCLI = os.path.abspath(os.environ["KVCLI"])
 COMMANDS = ["pumps", "status", "authorise", "stop", "deliveries", "lock", "clear", "grades", "prices",
             "tanks", "set-price", "clients", "version", "watch"]
 
 
 def kvcli(kvsim, *args, check=True, client=None):
-    cmd = [os.environ["KVCLI"], "--call-port", str(kvsim.call), "--events-port", str(kvsim.events)]
+    cmd = [KVCLI, "--call-port", str(kvsim.call), "--events-port", str(kvsim.events)]
     if client:
         cmd += ["--client", str(client)]
     r = subprocess.run(cmd + list(args), capture_output=True, text=True, timeout=30)
@@ -85,9 +86,18 @@ def test_reserved_pump_names_the_holder(kvsim):
 
 
 def test_not_connected(kvsim):
-    r = subprocess.run([os.environ["KVCLI"], "--call-port", "1", "--events-port", "1", "pumps"],
+    r = subprocess.run([KVCLI, "--call-port", "1", "--events-port", "1", "pumps"],
                        capture_output=True, text=True, timeout=30)
     assert r.returncode == 1 and "NOT_OPEN" in r.stderr, r.stderr
+
+
+def test_settings_from_kvclient_ini(kvsim, tmp_path):
+    (tmp_path / "KVClient.ini").write_text(
+        f"[Server]\r\nname=127.0.0.1\r\nCallPort={kvsim.call}\r\nEventsPort={kvsim.events}\r\n"
+        "CallTimeout=3000\r\n")
+    r = subprocess.run([KVCLI, "--json", "version"], cwd=tmp_path, capture_output=True,
+                       text=True, timeout=30)
+    assert r.returncode == 0 and json.loads(r.stdout)["server"].endswith("2,5,6,0"), r.stderr
 
 
 def test_set_price_and_grades(kvsim):
@@ -107,12 +117,12 @@ def test_tanks_clients_version(kvsim):
 
 @pytest.mark.parametrize("command", COMMANDS)
 def test_help_of_every_command(command):
-    r = subprocess.run([os.environ["KVCLI"], command, "--help"], capture_output=True, text=True, timeout=10)
+    r = subprocess.run([KVCLI, command, "--help"], capture_output=True, text=True, timeout=10)
     assert r.returncode == 0 and f"{command} [OPTIONS]" in r.stdout, r.stdout + r.stderr
 
 
 def test_watch_follows_events_and_leaves_on_ctrl_c(kvsim):
-    cmd = [os.environ["KVCLI"], "--call-port", str(kvsim.call), "--events-port", str(kvsim.events), "--json",
+    cmd = [KVCLI, "--call-port", str(kvsim.call), "--events-port", str(kvsim.events), "--json",
            "watch"]
     w = subprocess.Popen(cmd, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
     wait_for(lambda: re.search(r"^client 91 ", kvsim.sessions(), re.M))
