@@ -20,6 +20,10 @@ PRESET_VOLUME = 2
 # Client type bits.
 CALLS, EVENTS, DB_EVENTS = 1, 2, 4
 
+# The session-taking functions leave exclusion to their callers: one call at a time in the
+# process, whichever session it is for.
+_calls = threading.Lock()
+
 
 class _Object:
     """An object of the forecourt, known by its ID within a session."""
@@ -158,8 +162,8 @@ class Session:
                 print(pump.number, pump.status().state_text)
 
     Without ``host`` the library reads the server and ports from KVClient.ini. Each session
-    is independent (the library's session-taking functions underneath); its calls are
-    serialised, so one session may be shared between threads.
+    is independent (the library's session-taking functions underneath), and calls are
+    serialised, so sessions may be used from several threads.
     """
 
     def __init__(self, host: Optional[str] = None, call_port: int = 0, events_port: int = 0, *,
@@ -168,20 +172,20 @@ class Session:
         self.client_id = client_id
         self.client_type = client_type
         self._handle = ctypes.c_void_p()
-        self._lock = threading.Lock()
         where = f"logging on to {host}:{call_port}" if host else "logging on (KVClient.ini)"
-        if host:
-            _lib.call("ClientLogonExMT", ctypes.byref(self._handle), client_id, client_type, host,
-                      call_port, events_port, timeout_ms, None, None, 0, what=where)
-        else:
-            _lib.call("ClientLogonMT", ctypes.byref(self._handle), client_id, client_type, None, None, 0,
-                      what=where)
+        with _calls:
+            if host:
+                _lib.call("ClientLogonExMT", ctypes.byref(self._handle), client_id, client_type, host,
+                          call_port, events_port, timeout_ms, None, None, 0, what=where)
+            else:
+                _lib.call("ClientLogonMT", ctypes.byref(self._handle), client_id, client_type, None, None,
+                          0, what=where)
 
     # ---- life ----------------------------------------------------------------------------------
 
     def close(self) -> None:
         """Logs off; a second call does nothing."""
-        with self._lock:
+        with _calls:
             if self._handle:
                 _lib.lib().ClientLogoffMT(ctypes.byref(self._handle))
                 self._handle = ctypes.c_void_p()
@@ -199,7 +203,7 @@ class Session:
             pass
 
     def _call(self, name: str, *args: Any, what: str = "") -> tuple:
-        with self._lock:
+        with _calls:
             return _lib.call(name, self._handle, *args, what=what)
 
     # ---- look-ups ------------------------------------------------------------------------------
