@@ -26,6 +26,7 @@ for want in "${@:-base}"; do
       check dpkg-deb dpkg-dev command -v dpkg-shlibdeps
       check pkg-config pkg-config command -v pkg-config
       check readelf binutils command -v readelf
+      check file file command -v file
       ;;
     bench)
       check "Google Benchmark" libbenchmark-dev test -f /usr/include/benchmark/benchmark.h
