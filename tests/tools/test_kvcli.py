@@ -15,7 +15,7 @@ import kvclient  # noqa: E402
 from conftest import wait_for  # noqa: E402
 
 KVCLI = os.path.abspath(os.environ["KVCLI"])
-COMMANDS = ["pumps", "status", "authorise", "stop", "deliveries", "lock", "clear", "grades", "prices",
+COMMANDS = ["pumps", "status", "authorise", "stop", "resume", "deliveries", "lock", "clear", "grades", "prices",
             "tanks", "set-price", "clients", "version", "watch"]
 
 
@@ -49,16 +49,19 @@ def test_pumps_table_matches_json(kvsim):
 
 
 def test_sale_by_commands(kvsim):
-    out = kvcli(kvsim, "authorise", "2", "--money", "3.00").stdout
-    assert "pump 2 authorised for 3.00" in out
+    out = kvcli(kvsim, "authorise", "2", "--volume", "100").stdout  # 5 s at kvsim's pace here
+    assert "pump 2 authorised for 100.00 l" in out
     assert as_json(kvsim, "status", "2")["state"] == "Authorised"
     kvsim.control("lift 2 1")
+    kvcli(kvsim, "stop", "2")
+    assert as_json(kvsim, "status", "2")["state"] == "Stopped"
+    kvcli(kvsim, "resume", "2")
 
     def completed():
         rows = as_json(kvsim, "deliveries", "--pump", "2")
         return [d for d in rows if d["state"] == "completed"]
     (d,) = wait_for(completed)
-    assert (d["pump"], d["money"], d["locked_by"]) == (2, 3.0, None)
+    assert (d["pump"], d["volume"], d["locked_by"]) == (2, 100.0, None)
     kvsim.control("hang 2")
 
     kvcli(kvsim, "lock", str(d["id"]))

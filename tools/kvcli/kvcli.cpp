@@ -554,7 +554,7 @@ int main(int argc, char** argv)
     auth->add_option("--volume", volume, "Volume preset")->check(CLI::PositiveNumber)->excludes(mo);
 
     bool terminate = false;
-    CLI::App* stop = command("stop", "Stop a pump (resume with authorise); --terminate ends the delivery", [&] {
+    CLI::App* stop = command("stop", "Stop a pump for the moment (see resume); --terminate ends the delivery", [&] {
         const long id = PumpId(pump);
         if (terminate)
             CheckPump(TerminateDelivery(id), id, "ending the delivery of pump " + std::to_string(pump));
@@ -565,6 +565,12 @@ int main(int argc, char** argv)
     });
     stop->add_option("PUMP", pump, "Pump number")->required();
     stop->add_flag("--terminate", terminate, "End the current delivery instead");
+
+    command("resume", "Let a stopped pump go on", [&] {
+        CheckPump(ReAuthorise(PumpId(pump)), PumpId(pump), "resuming pump " + std::to_string(pump));
+        Done("pump " + std::to_string(pump) + " resumed");
+        return 0;
+    })->add_option("PUMP", pump, "Pump number")->required();
 
     std::optional<long> onPump;
     bool notLogged = false;
