@@ -7,12 +7,12 @@ CONF_i386   = -DKV_M32=ON
 CONF_asan   = -DKV_SANITIZE=address
 CONF_tsan   = -DKV_SANITIZE=thread
 
-.PHONY: all build test deps clean demo fuzz bench $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
+.PHONY: all build test deps clean demo fuzz bench package package-x86_64 package-i386 $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
 
 all: build
 
 deps:
-	@tools/deps.sh base i386 wireshark
+	@tools/deps.sh base i386 wireshark tools
 
 CONFIGS = x86_64 i386 asan tsan
 
@@ -67,6 +67,17 @@ bench:
 		echo "== $$b unpinned"; \
 		build/bench/bench/$$b $(BENCH_ARGS) || exit 1; \
 	done
+
+# Debian packages of both architectures (libkvclient2, libkvclient-dev, kvclient-tools) in
+# build/packages/, each checked by the package test as they are made.
+PACKAGE_TARGETS = kvclient kvsim kvcli
+package-x86_64 package-i386: package-%: deps
+	cmake -S . -B build/$* $(CONF_$*) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build build/$* -j$(JOBS) --target $(PACKAGE_TARGETS)
+	tests/tools/package_test.sh build/$* $(CURDIR)/build/packages
+
+package: package-x86_64 package-i386
+	@ls -l build/packages/*.deb
 
 clean:
 	rm -rf build

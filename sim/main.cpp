@@ -75,6 +75,13 @@ std::string DefaultIni()
 {
     if (std::filesystem::exists("sim/forecourt.ini"))
         return "sim/forecourt.ini";
+#ifdef KV_SIM_INSTALLED_INI
+    // An installed kvsim: the forecourt in the data directory of its own prefix.
+    std::error_code ec;
+    const auto exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+    if (!ec && std::filesystem::exists(exe.parent_path() / KV_SIM_INSTALLED_INI))
+        return (exe.parent_path() / KV_SIM_INSTALLED_INI).string();
+#endif
     return KV_SIM_DEFAULT_INI;
 }
 

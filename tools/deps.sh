@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes sure the build machine has what `make` needs; installs it when run as root.
-# Usage: tools/deps.sh [base|i386|fuzz|bench|wireshark]...
+# Usage: tools/deps.sh [base|i386|tools|fuzz|bench|wireshark]...
 set -euo pipefail
 
 need_pkgs=()
@@ -20,6 +20,14 @@ for want in "${@:-base}"; do
       check "googletest sources" googletest test -f /usr/src/googletest/CMakeLists.txt
       ;;
     i386) check "32-bit C++ toolchain" g++-multilib m32_ok ;;
+    tools)  # kvcli, the Python package's tests, the install and package tests
+      check CLI11 libcli11-dev test -f /usr/include/CLI/CLI.hpp
+      check pytest python3-pytest /usr/bin/python3 -m pytest --version
+      check dpkg-deb dpkg-dev command -v dpkg-shlibdeps
+      check pkg-config pkg-config command -v pkg-config
+      check readelf binutils command -v readelf
+      check file file command -v file
+      ;;
     bench)
       check "Google Benchmark" libbenchmark-dev test -f /usr/include/benchmark/benchmark.h
       check taskset util-linux command -v taskset
