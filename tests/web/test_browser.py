@@ -1,0 +1,86 @@
+"""The console in headless Chromium: a sale preset by a POS client and started from the page."""
+import os
+import shutil
+import time
+
+import pytest
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.by import By
+
+from conftest import Pos
+
+FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+         "--disable-background-networking", "--disable-component-update", "--disable-sync",
+         "--window-size=1400,1000"]
+SHOT = os.path.join(os.environ.get("KV_BINARY_DIR", "build"), "web", "console.png")
+
+
+@pytest.fixture
+def browser(tmp_path):
+    options = webdriver.ChromeOptions()
+    options.binary_location = shutil.which("chromium") or "/usr/bin/chromium"
+    for flag in FLAGS + ["--user-data-dir=%s" % (tmp_path / "profile")]:
+        options.add_argument(flag)
+    driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+    yield driver
+    driver.quit()
+
+
+def until(what, check, timeout=20):
+    deadline = time.time() + timeout
+    while time.time() < deadline:
+        value = check()
+        if value:
+            return value
+        time.sleep(0.05)
+    raise AssertionError("timed out waiting for " + what)
+
+
+@pytest.mark.kvsim_args("--flow", "1.2")
+def test_preset_sale_from_the_page(kvsim, browser):
+    browser.get(kvsim.url)
+    cards = until("eight pump cards", lambda: browser.find_elements(By.CSS_SELECTOR, ".pump[data-pump]")
+                  if len(browser.find_elements(By.CSS_SELECTOR, ".pump[data-pump]")) == 8 else None)
+    assert [c.get_attribute("data-pump") for c in cards] == [str(n) for n in range(1, 9)]
+    card = browser.find_element(By.CSS_SELECTOR, '[data-pump="1"]')
+    field = lambda name: card.find_element(By.CSS_SELECTOR, '[data-field="%s"]' % name).text
+    tank_no = kvsim.state()["pumps"][0]["hoses"][0]["tank"]
+    tank = browser.find_element(By.CSS_SELECTOR, '.tank[data-tank="%d"]' % tank_no)
+    gauge = lambda: (float(tank.get_attribute("data-volume")),
+                     float(tank.find_element(By.CSS_SELECTOR, ".fill").value_of_css_property("height")[:-2]))
+    volume0, height0 = gauge()
+    assert height0 > 0
+
+    pos = Pos(kvsim, 7)
+    pos.preset_money(1, 6.0)
+    until("pump 1 authorised", lambda: card.get_attribute("data-state") == "3")
+    assert "preset money 6.00" in field("auth")
+    until("the POS client listed", lambda: "7" in [r.get_attribute("data-client") for r in
+                                                    browser.find_elements(By.CSS_SELECTOR, "#clients tr[data-client]")])
+
+    card.find_element(By.CSS_SELECTOR, 'button[data-action="lift"]').click()
+    seen = []
+
+    def watch(target):
+        s = card.get_attribute("data-state")
+        if not seen or seen[-1] != s:
+            seen.append(s)
+        return s == target
+
+    until("delivering", lambda: watch("4"))
+    until("money running", lambda: watch("4") and float(field("money")) >= 2.0 or watch("5"))
+    os.makedirs(os.path.dirname(SHOT), exist_ok=True)
+    browser.save_screenshot(SHOT)
+    until("finished", lambda: watch("5"), timeout=30)
+    assert seen[-2:] == ["4", "5"], seen
+    assert field("state") == "Finished" and field("money") == "6.00"
+    litres = float(field("volume"))
+    volume1, height1 = until("the gauge to drop", lambda: gauge() if gauge()[0] < volume0 else None)
+    assert volume1 == pytest.approx(volume0 - litres, abs=0.01) and height1 < height0
+    log = browser.find_element(By.ID, "log").text
+    assert "DeliveryEvent" in log and "pump 1" in log
+
+    card.find_element(By.CSS_SELECTOR, 'button[data-action="hang"]').click()
+    until("idle again", lambda: card.get_attribute("data-state") == "1")
+    pos.logoff()
