@@ -211,9 +211,11 @@ CSnapshot TakeSnapshot(CSimServer& server)
                                       g->price[1]});
     CObjectList<CSimClient, CSimClient>& clients = server.Clients().List();
     for (CSimClient* c = clients.First(); c; c = clients.Next())
-        s.clients.push_back(CSnapClient{c->ID(), Text(c->Name()), c->sessionId, c->mask, c->events, c->db, false});
-    for (CSnapClient& c : s.clients)
-        c.connected = server.CallSocketOf(c.number) && server.EventsSocketOf(c.number);
+        s.clients.push_back(CSnapClient{c->ID(), Text(c->Name()), c->sessionId, c->mask, c->events, c->db, false, false});
+    for (CSnapClient& c : s.clients) {
+        c.callOpen = server.CallSocketOf(c.number) != nullptr;
+        c.eventsOpen = server.EventsSocketOf(c.number) != nullptr;
+    }
     return s;
 }
 
@@ -270,7 +272,8 @@ std::string StateJson(const CSnapshot& s)
     j.Open("clients", '[');
     for (const CSnapClient& c : s.clients)
         j.Open(nullptr, '{').Num("number", c.number).Str("name", c.name).Str("session", std::to_string(c.session))
-            .Num("mask", c.mask).Bool("events", c.events).Bool("db", c.db).Bool("connected", c.connected).Close('}');
+            .Num("mask", c.mask).Bool("events", c.events).Bool("db", c.db).Bool("callOpen", c.callOpen)
+            .Bool("eventsOpen", c.eventsOpen).Close('}');
     j.Close(']');
     return j.Close('}').s;
 }

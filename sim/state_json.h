@@ -50,7 +50,7 @@ struct CSnapClient {
     std::string name;
     unsigned long long session = 0;
     long mask = 0;
-    bool events = false, db = false, connected = false;
+    bool events = false, db = false, callOpen = false, eventsOpen = false;
 };
 
 struct CSnapshot {

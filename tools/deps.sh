@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes sure the build machine has what `make` needs; installs it when run as root.
-# Usage: tools/deps.sh [base|i386|fuzz|bench]...
+# Usage: tools/deps.sh [base|i386|fuzz|bench|http|web]...
 set -euo pipefail
 
 need_pkgs=()
@@ -23,6 +23,14 @@ for want in "${@:-base}"; do
     bench)
       check "Google Benchmark" libbenchmark-dev test -f /usr/include/benchmark/benchmark.h
       check taskset util-linux command -v taskset
+      ;;
+    http) check "cpp-httplib (kvsim's web console)" libcpp-httplib-dev test -f /usr/include/httplib.h ;;
+    web)
+      check "cpp-httplib (kvsim's web console)" libcpp-httplib-dev test -f /usr/include/httplib.h
+      check chromium chromium test -x /usr/bin/chromium
+      check chromedriver chromium-driver test -x /usr/bin/chromedriver
+      check "Python Selenium" python3-selenium /usr/bin/python3 -c 'import selenium'
+      check "Python pytest" python3-pytest /usr/bin/python3 -c 'import pytest'
       ;;
     fuzz)
       check clang clang command -v clang++

@@ -48,7 +48,7 @@ function pumpCard(p) {
     <div class="info" data-field="auth"></div>
     <div class="info fault" data-field="fault"></div>
     <ul class="deliveries" data-field="deliveries"></ul>
-    <div class="row">
+    <div class="row nozzle">
       <select data-role="hose" title="hose"></select>
       <button class="go" data-action="lift">lift</button>
       <button data-action="hang">hang up</button>
@@ -64,7 +64,7 @@ function pumpCard(p) {
   const select = $('[data-role="hose"]', card);
   for (const h of p.hoses) {
     const grade = state.grades.find(g => g.number === h.grade);
-    select.append(new Option(`hose ${h.number}${grade ? ' \u00b7 ' + grade.name : ''}`, h.number));
+    select.append(new Option(`hose ${h.number}${grade ? ' \u00b7 ' + (grade.shortName || grade.name) : ''}`, h.number));
   }
   $('#pumps').append(card);
   return card;
@@ -211,7 +211,7 @@ function renderClients(clients) {
     const tr = el('tr');
     tr.dataset.client = c.number;
     tr.innerHTML = `<td>${c.number}</td><td></td><td>${c.mask}</td>
-      <td>${c.connected ? '\u25cf connected' : '\u25cb waiting'}${c.events ? ' \u00b7 events' : ''}${c.db ? ' \u00b7 db' : ''}</td>
+      <td>${c.callOpen ? '\u25cf connected' : '\u25cb waiting'}${c.events && c.eventsOpen ? ' \u00b7 events' : ''}${c.db && c.eventsOpen ? ' \u00b7 db' : ''}</td>
       <td><button data-action="drop">drop</button><button class="warn" data-action="logoff">log off</button></td>`;
     tr.children[1].textContent = c.name;
     return tr;
@@ -263,13 +263,14 @@ function describe(e) {
   if ('delivery' in e && e.delivery) parts.push(`delivery ${e.delivery}`);
   if ('tank' in e) parts.push(`tank ${e.tank}`);
   if ('stateText' in e) parts.push(e.stateText);
+  else if ('delivery' in e && 'state' in e) parts.push(DELIVERY_STATE[e.state] || `state ${e.state}`);
   else if ('state' in e) parts.push(`state ${e.state}`);
   if ('volume' in e) parts.push(`${litres(e.volume)} l`);
   if ('money' in e) parts.push(money(e.money));
   if (e.lockOwner) parts.push(`locked by ${e.lockOwner}`);
   if ('code' in e) parts.push(`code ${e.code}`);
   if ('id' in e && e.id !== -1) parts.push(`id ${e.id}`);
-  if ('a' in e) parts.push(`${e.a} ${e.b}`);
+  if ("a" in e) parts.push(`values ${e.a}, ${e.b}`);
   if (e.text) parts.push(`"${e.text}"`);
   return parts.join(' \u00b7 ');
 }

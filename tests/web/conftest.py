@@ -60,9 +60,9 @@ class Kvsim:
 class Stream:
     """Reads /api/stream on a thread of its own, keeping the events in order."""
 
-    def __init__(self, port):
+    def __init__(self, port, last_id=None):
         self.conn = http.client.HTTPConnection("127.0.0.1", port, timeout=30)
-        self.conn.request("GET", "/api/stream")
+        self.conn.request("GET", "/api/stream", headers={"Last-Event-ID": str(last_id)} if last_id else {})
         self.response = self.conn.getresponse()
         assert self.response.status == 200
         assert self.response.getheader("Content-Type").startswith("text/event-stream")
@@ -99,6 +99,10 @@ class Stream:
                 left = deadline - time.time()
                 assert left > 0, "no such event in the stream"
                 self.cond.wait(left)
+
+    def log_events(self):
+        with self.cond:
+            return [(k, d) for k, d in self.events if k != "state"]
 
     def logs(self):
         with self.cond:

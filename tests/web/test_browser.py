@@ -12,7 +12,7 @@ from conftest import Pos
 
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
          "--disable-background-networking", "--disable-component-update", "--disable-sync",
-         "--window-size=1400,1000"]
+         "--window-size=1500,1150"]
 SHOT = os.path.join(os.environ.get("KV_BINARY_DIR", "build"), "web", "console.png")
 
 
@@ -52,7 +52,7 @@ def test_preset_sale_from_the_page(kvsim, browser):
     volume0, height0 = gauge()
     assert height0 > 0
 
-    pos = Pos(kvsim, 7)
+    pos = Pos(kvsim, 7, client_type=3)   # calls and events
     pos.preset_money(1, 6.0)
     until("pump 1 authorised", lambda: card.get_attribute("data-state") == "3")
     assert "preset money 6.00" in field("auth")
