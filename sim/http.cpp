@@ -229,10 +229,10 @@ void CConsole::Routes()
         if (_stopping)
             return Fail(res, 503, "kvsim is stopping");
         _commands.push_back(pending);
-        if (!_cv.wait_for(lock, kAnswerWait, [&] { return pending->done; }) || _stopping)
+        if (!_cv.wait_for(lock, kAnswerWait, [&] { return pending->done; }))
             return Fail(res, 503, "the simulation did not answer");
         if (pending->reply.empty())
-            return Fail(res, 400, "a comment does nothing");
+            return _stopping ? Fail(res, 503, "kvsim is stopping") : Fail(res, 400, "a comment does nothing");
         const bool ok = pending->reply.compare(0, 2, "ok") == 0;
         res.status = ok ? 200 : 422;
         res.set_content("{\"ok\":" + std::string(ok ? "true" : "false") + ",\"reply\":" +

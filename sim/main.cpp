@@ -143,6 +143,10 @@ int main(int argc, char** argv)
             useStdin = false;
         } else if (a == "--http") {
             need(&httpPort);
+            if (httpPort < 0) {
+                std::fprintf(stderr, "kvsim: --http needs a port, 0 for a free one\n");
+                return 2;
+            }
         } else if (a == "--http-bind" && v) {
             httpBind = v, ++i;
         } else {
@@ -158,7 +162,7 @@ int main(int argc, char** argv)
     }
 #if !KV_SIM_HTTP
     if (httpPort >= 0) {
-        std::fprintf(stderr, "kvsim: this build has no web console (cpp-httplib was not found)\n");
+        std::fprintf(stderr, "kvsim: this build has no web console (built without cpp-httplib)\n");
         return 2;
     }
 #endif
@@ -208,9 +212,11 @@ int main(int argc, char** argv)
                 }
             }
 #endif
-            std::printf("kvsim: forecourt %s, %ld pumps, work directory %s\n", s.ini.c_str(),
-                        server.Forecourt().Pumps().GetCount(), s.workDir.c_str());
-            std::printf("%s\n", ready.c_str());
+            if (rc == 0) {
+                std::printf("kvsim: forecourt %s, %ld pumps, work directory %s\n", s.ini.c_str(),
+                            server.Forecourt().Pumps().GetCount(), s.workDir.c_str());
+                std::printf("%s\n", ready.c_str());
+            }
             std::fflush(stdout);
             while (!g_stop && !server.Quit()) {
                 server.Step(10);

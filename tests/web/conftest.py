@@ -27,7 +27,8 @@ class Kvsim:
             if line.startswith("KVSIM READY"):
                 self.ports = {k: int(v) for k, v in re.findall(r"(\w+)=(\d+)", line)}
         assert self.ports and "http" in self.ports, "kvsim did not announce its http port"
-        threading.Thread(target=self.proc.stdout.read, daemon=True).start()
+        self.output = []
+        threading.Thread(target=lambda: self.output.extend(self.proc.stdout), daemon=True).start()
         self.url = "http://127.0.0.1:%d" % self.ports["http"]
 
     def request(self, method, path, body=None, timeout=5):
@@ -49,12 +50,14 @@ class Kvsim:
         return status, json.loads(body)
 
     def stop(self):
+        """Stops kvsim as SIGTERM does, which must end it cleanly."""
         self.proc.terminate()
         try:
             self.proc.wait(10)
         except subprocess.TimeoutExpired:
             self.proc.kill()
             self.proc.wait()
+        assert self.proc.returncode == 0, "".join(self.output[-40:])
 
 
 class Stream:

@@ -1,11 +1,12 @@
 """The console's JSON API and event stream against a running kvsim."""
 import json
 import socket
+import subprocess
 import time
 
 import pytest
 
-from conftest import Pos, Stream
+from conftest import KVSIM, Pos, Stream
 
 
 def test_state_schema_and_commands_change_it(kvsim):
@@ -153,3 +154,21 @@ def test_stalled_readers_never_hold_the_simulation(kvsim):
     stream.close()
     for s in stalled + [control]:
         s.close()
+
+
+def test_quit_is_answered_and_ends_kvsim(kvsim):
+    stream = Stream(kvsim.ports["http"])
+    assert kvsim.command("quit") == (200, {"ok": True, "reply": "ok bye\n"})
+    assert kvsim.proc.wait(10) == 0
+    stream.close()
+
+
+@pytest.mark.parametrize("args,rc,message", [
+    (["--http", "-1"], 2, "--http needs a port"),
+    (["--http", "70000"], 2, "port 70000 out of range"),
+    (["--http", "0", "--http-bind", "300.1.1.1"], 1, "cannot listen for HTTP on 300.1.1.1"),
+])
+def test_a_console_that_cannot_start_stops_kvsim_unannounced(args, rc, message, tmp_path):
+    r = subprocess.run([KVSIM, "--no-stdin", "--workdir", str(tmp_path), *args], capture_output=True, text=True,
+                       timeout=10)
+    assert (r.returncode, "KVSIM READY" in r.stdout) == (rc, False) and message in r.stderr, r
