@@ -210,8 +210,9 @@ function renderClients(clients) {
   const rows = clients.map(c => {
     const tr = el('tr');
     tr.dataset.client = c.number;
-    tr.innerHTML = `<td>${c.number}</td><td></td><td>${c.mask}</td>
-      <td>${c.callOpen ? '\u25cf connected' : '\u25cb waiting'}${c.events && c.eventsOpen ? ' \u00b7 events' : ''}${c.db && c.eventsOpen ? ' \u00b7 db' : ''}</td>
+    tr.innerHTML = `<td>${c.number}</td><td></td><td>calls${c.events ? ', events' : ''}${c.db ? ', db' : ''}</td>
+      <td>${c.mask}</td>
+      <td>${c.callOpen || c.eventsOpen ? '\u25cf connected' : '\u25cb no sockets'}</td>
       <td><button data-action="drop">drop</button><button class="warn" data-action="logoff">log off</button></td>`;
     tr.children[1].textContent = c.name;
     return tr;

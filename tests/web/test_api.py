@@ -140,7 +140,7 @@ def test_stalled_readers_never_hold_the_simulation(kvsim):
             assert kvsim.request("GET", "/api/stream")[0] == 503   # as many streams as allowed
             assert kvsim.command("status")[1]["reply"].startswith("ok 8 pumps")
         time.sleep(0.02)
-    assert slowest < 0.25, slowest
+    assert slowest < 1.0, slowest   # a stalled write would hold it for the 3 s write timeout
     # The customers kept buying fuel all along.
     assert int(kvsim.command("deliveries")[1]["reply"].split()[1]) >= int(before.split()[1]) + 2
     until = time.time() + 15   # the stalled ones are dropped
