@@ -7,7 +7,7 @@ CONF_i386   = -DKV_M32=ON
 CONF_asan   = -DKV_SANITIZE=address
 CONF_tsan   = -DKV_SANITIZE=thread
 
-.PHONY: all build test deps deps-web clean demo fuzz bench sim $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
+.PHONY: all build test deps deps-http deps-web clean demo fuzz bench sim $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
 
 all: build
 
@@ -34,10 +34,15 @@ build: deps build-x86_64 build-i386
 # Both architectures, then the x86_64 tests once more under ASan+UBSan, and the lock test
 # under ThreadSanitizer. The web console's tests (x86_64) need its packages.
 test: deps test-x86_64 test-i386 test-asan test-tsan
+	@echo "make test: all configurations passed"
+
+# kvsim's web console is built where cpp-httplib is; its tests run in a browser.
+build-x86_64: deps-http
 test-x86_64: deps-web
+deps-http:
+	@tools/deps.sh http
 deps-web:
 	@tools/deps.sh web
-	@echo "make test: all configurations passed"
 
 # kvsim and the POS example built for x86_64 and run against each other on free loopback ports.
 demo:
