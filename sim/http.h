@@ -3,6 +3,7 @@
 // forecourt: the simulation thread hands them copies (Tick) and runs their commands through
 // the control channel's handler, so a slow or vanished browser never holds the simulation up.
 #pragma once
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
