@@ -154,7 +154,7 @@ function renderTanks(tanks) {
     }
     const share = t.capacity > 0 ? Math.min(100, 100 * t.volume / t.capacity) : 0;
     row.dataset.volume = t.volume;
-    $('.fill', row).style.height = share.toFixed(2) + '%';
+    $('.fill', row).style.height = share.toFixed(4) + '%';
     $('.water', row).style.height = (t.capacity > 0 ? Math.min(100, 100 * t.water / t.capacity) : 0).toFixed(2) + '%';
     const grade = state.grades.find(g => g.number === t.grade);
     setText(row, 'name', t.name || `Tank ${t.number}`);

@@ -48,8 +48,8 @@ def test_preset_sale_from_the_page(kvsim, browser):
     field = lambda name: card.find_element(By.CSS_SELECTOR, '[data-field="%s"]' % name).text
     tank_no = kvsim.state()["pumps"][0]["hoses"][0]["tank"]
     tank = browser.find_element(By.CSS_SELECTOR, '.tank[data-tank="%d"]' % tank_no)
-    gauge = lambda: (float(tank.get_attribute("data-volume")),
-                     float(tank.find_element(By.CSS_SELECTOR, ".fill").value_of_css_property("height")[:-2]))
+    gauge = lambda: (float(tank.get_attribute("data-volume")),   # and the fill's height in %
+                     float(tank.find_element(By.CSS_SELECTOR, ".fill").get_attribute("style").split()[1][:-2]))
     volume0, height0 = gauge()
     assert height0 > 0
 
