@@ -8,6 +8,7 @@ import pytest
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
 
 from conftest import Pos
 
@@ -87,4 +88,36 @@ def test_preset_sale_from_the_page(kvsim, browser):
 
     card.find_element(By.CSS_SELECTOR, 'button[data-action="hang"]').click()
     until("idle again", lambda: card.get_attribute("data-state") == "1")
+
+    # The other actions: each must be a command kvsim takes, with the effect it names.
+    css = lambda sel: browser.find_element(By.CSS_SELECTOR, sel)
+
+    def type_in(sel, text):   # clear() would blur it, and the next state would refill it
+        css(sel).send_keys(Keys.CONTROL + "a" + Keys.NULL, text, Keys.TAB)
+
+    def open_faults(pump):
+        css('[data-pump="%d"] details summary' % pump).click()
+
+    actions = [
+        ("price 2 1 1.777", lambda: type_in('#grades tr[data-grade="2"] input[data-level="1"]', "1.777"),
+         lambda s: s["grades"][1]["price1"] == 1.777),
+        ("tank 2 20000", lambda: css('.tank[data-tank="2"] [data-action="fill"]').click(),
+         lambda s: s["tanks"][1]["volume"] == 20000),
+        ("alarm 3 2 1", lambda: (type_in('.tank[data-tank="3"] [data-role="alarm"]', "2"),
+                                 css('.tank[data-tank="3"] [data-action="alarm-on"]').click()),
+         lambda s: s["tanks"][2]["alarms"] == 4),
+        ("flow 2 2.5", lambda: (open_faults(2), type_in('[data-pump="2"] [data-role="flow"]', "2.5"),
+                                css('[data-pump="2"] [data-action="flow"]').click()),
+         lambda s: s["pumps"][1]["flow"] == 2.5),
+        ("auto on", lambda: css("#auto").click(), lambda s: s["auto"]),
+        ("drop 7", lambda: css('#clients tr[data-client="7"] [data-action="drop"]').click(),
+         lambda s: not s["clients"][0]["callOpen"]),
+        ("offline 3", lambda: (open_faults(3), css('[data-pump="3"] [data-action="offline"]').click()),
+         lambda s: True),   # the reply is all that is checked: kvsim may not know faults yet
+    ]
+    for line, act, effect in actions:
+        act()
+        until(line, lambda: css("#reply").text.startswith(line))
+        assert effect(kvsim.state()), (line, css("#reply").text)
+        assert (css("#reply").get_attribute("class") == "error") == (" \u2192 error" in css("#reply").text)
     pos.logoff()
