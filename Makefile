@@ -7,7 +7,7 @@ CONF_i386   = -DKV_M32=ON
 CONF_asan   = -DKV_SANITIZE=address
 CONF_tsan   = -DKV_SANITIZE=thread
 
-.PHONY: all build test deps clean demo fuzz bench package package-x86_64 package-i386 $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
+.PHONY: all build test deps deps-http deps-web clean demo fuzz bench sim package package-x86_64 package-i386 $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
 
 all: build
 
@@ -32,9 +32,17 @@ test-tsan:
 build: deps build-x86_64 build-i386
 
 # Both architectures, then the x86_64 tests once more under ASan+UBSan, and the lock test
-# under ThreadSanitizer.
+# under ThreadSanitizer. The web console's tests (x86_64) need its packages.
 test: deps test-x86_64 test-i386 test-asan test-tsan
 	@echo "make test: all configurations passed"
+
+# kvsim's web console is built where cpp-httplib is; its tests run in a browser.
+build-x86_64: deps-http
+test-x86_64: deps-web
+deps-http:
+	@tools/deps.sh http
+deps-web:
+	@tools/deps.sh web
 
 # kvsim and the POS example built for x86_64 and run against each other on free loopback ports.
 demo:
@@ -42,6 +50,15 @@ demo:
 	cmake -S . -B build/x86_64 $(CONF_x86_64) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 	cmake --build build/x86_64 -j$(JOBS) --target kvsim pos_demo
 	@tools/demo.sh build/x86_64
+
+# kvsim with its web console and simulated customers; prints the console's URL. Options
+# for kvsim go in SIM_ARGS (e.g. SIM_ARGS="--http 8080 --speed 5").
+SIM_ARGS ?= --http 0
+sim:
+	@tools/deps.sh base http
+	cmake -S . -B build/x86_64 $(CONF_x86_64) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build build/x86_64 -j$(JOBS) --target kvsim
+	build/x86_64/sim/kvsim --auto $(SIM_ARGS)
 
 # libFuzzer targets of the transport under ASan+UBSan, built with clang in build/fuzz; each
 # runs FUZZ_SECONDS (default 60). Crashes land in build/fuzz/run/artifacts/.

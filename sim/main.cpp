@@ -7,11 +7,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "foundation/ini.h"
 #include "sim/served.h"
 #include "sim/server.h"
+#if KV_SIM_HTTP
+#include "sim/http.h"
+#endif
 
 namespace {
 
@@ -36,8 +40,11 @@ const char kUsage[] =
     "  --workdir DIR         logs and the working copy of the INI (default: a new temporary one)\n"
     "  --keep                keep the temporary working directory at exit\n"
     "  --no-stdin            take no commands from standard input\n"
+    "  --http N              serve the web console on port N; 0 picks a free one\n"
+    "  --http-bind ADDR      address of the web console (default 127.0.0.1)\n"
     "  --help                this text\n"
-    "Once listening, kvsim prints: KVSIM READY call=<port> events=<port> control=<port> pid=<pid>\n";
+    "Once listening, kvsim prints: KVSIM READY call=<port> events=<port> control=<port> pid=<pid>\n"
+    "(and http=<port> with --http).\n";
 
 bool ArgLong(const char* text, long* out)
 {
@@ -91,6 +98,8 @@ int main(int argc, char** argv)
 {
     sim::CSimSettings s;
     bool keep = false, useStdin = true, temporary = false;
+    long httpPort = -1;
+    std::string httpBind = "127.0.0.1";
     for (int i = 1; i < argc; ++i) {
         const std::string a = argv[i];
         const char* v = i + 1 < argc ? argv[i + 1] : nullptr;
@@ -139,6 +148,14 @@ int main(int argc, char** argv)
             keep = true;
         } else if (a == "--no-stdin") {
             useStdin = false;
+        } else if (a == "--http") {
+            need(&httpPort);
+            if (httpPort < 0) {
+                std::fprintf(stderr, "kvsim: --http needs a port, 0 for a free one\n");
+                return 2;
+            }
+        } else if (a == "--http-bind" && v) {
+            httpBind = v, ++i;
         } else {
             std::fprintf(stderr, "kvsim: bad option %s\n%s", a.c_str(), kUsage);
             return 2;
@@ -150,7 +167,13 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "kvsim: no forecourt file %s\n", s.ini.c_str());
         return 2;
     }
-    for (long port : {s.callPort, s.eventsPort, s.controlPort})
+#if !KV_SIM_HTTP
+    if (httpPort >= 0) {
+        std::fprintf(stderr, "kvsim: this build has no web console (built without cpp-httplib)\n");
+        return 2;
+    }
+#endif
+    for (long port : {s.callPort, s.eventsPort, s.controlPort, httpPort})
         if (port > 65535) {
             std::fprintf(stderr, "kvsim: port %ld out of range\n", port);
             return 2;
@@ -181,12 +204,38 @@ int main(int argc, char** argv)
             rc = 1;
         } else {
             server.Control().UseStdin(useStdin);
-            std::printf("kvsim: forecourt %s, %ld pumps, work directory %s\n", s.ini.c_str(),
-                        server.Forecourt().Pumps().GetCount(), s.workDir.c_str());
-            std::printf("%s\n", server.ReadyLine().c_str());
+            std::string ready = server.ReadyLine();
+#if KV_SIM_HTTP
+            std::unique_ptr<sim::CConsole> console;
+            if (httpPort >= 0) {
+                console = std::make_unique<sim::CConsole>(server);
+                if (!console->Start(httpBind, httpPort, &error)) {
+                    std::fprintf(stderr, "kvsim: %s\n", error.c_str());
+                    rc = 1;
+                    g_stop = 1;
+                } else {
+                    ready += " http=" + std::to_string(console->Port());
+                    std::printf("kvsim: console at http://%s:%d/\n", httpBind.c_str(), console->Port());
+                }
+            }
+#endif
+            if (rc == 0) {
+                std::printf("kvsim: forecourt %s, %ld pumps, work directory %s\n", s.ini.c_str(),
+                            server.Forecourt().Pumps().GetCount(), s.workDir.c_str());
+                std::printf("%s\n", ready.c_str());
+            }
             std::fflush(stdout);
-            while (!g_stop && !server.Quit())
+            while (!g_stop && !server.Quit()) {
                 server.Step(10);
+#if KV_SIM_HTTP
+                if (console)
+                    console->Tick();
+#endif
+            }
+#if KV_SIM_HTTP
+            if (console)
+                console->Stop();
+#endif
             server.Shutdown();
             std::printf("kvsim: stopped\n");
         }

@@ -48,14 +48,16 @@ bool CSimServer::Wants(const CSimClient& c, const CSimEvent& e) const
 
 void CSimServer::Emit(const CSimEvent& e)
 {
-    std::vector<long> drop;
+    std::vector<long> drop, to;
     CObjectList<CSimClient, CSimClient>& list = _clients->List();
     std::vector<CSimClient*> all;
     for (CSimClient* c = list.First(); c; c = list.Next())
         all.push_back(c);
     for (CSimClient* c : all)
-        if (Wants(*c, e) && !SendTo(*c, e))
-            drop.push_back(c->ID());
+        if (Wants(*c, e) && EventsSocketOf(c->ID()))
+            (SendTo(*c, e) ? to : drop).push_back(c->ID());
+    if (watcher)
+        watcher->Sent(e, to);
     for (long id : drop)
         DropUndelivered(id);
 }

@@ -99,6 +99,13 @@ private:
     CSimServer& _server;
 };
 
+// Told of every event after it went out, with the clients it went to (the web console).
+class CEmitWatcher {
+public:
+    virtual ~CEmitWatcher() = default;
+    virtual void Sent(const CSimEvent& e, const std::vector<long>& to) = 0;
+};
+
 class CSimServer : public CServerProcess, public CSimSink {
 public:
     CSimServer(const CSimSettings& settings, const std::string& logName);
@@ -125,6 +132,7 @@ public:
 
     // CSimSink: fans an event out to every client whose registration and mask take it.
     void Emit(const CSimEvent& e) override;
+    CEmitWatcher* watcher = nullptr;
     // Sends one event to one client (FireEvents); false when its socket failed.
     bool SendTo(CSimClient& c, const CSimEvent& e);
     // A client whose events connection takes no more: both its sockets go, its session stays.

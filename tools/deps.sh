@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes sure the build machine has what `make` needs; installs it when run as root.
-# Usage: tools/deps.sh [base|i386|tools|fuzz|bench|wireshark]...
+# Usage: tools/deps.sh [base|i386|tools|fuzz|bench|wireshark|http|web]...
 set -euo pipefail
 
 need_pkgs=()
@@ -34,6 +34,14 @@ for want in "${@:-base}"; do
       ;;
     wireshark)   # tshark with Lua runs the dissector tests
       check "tshark with Lua" tshark sh -c 'tshark -G folders | grep -qi "^Personal Lua Plugins"'
+      ;;
+    http) check "cpp-httplib (kvsim's web console)" libcpp-httplib-dev test -f /usr/include/httplib.h ;;
+    web)
+      check "cpp-httplib (kvsim's web console)" libcpp-httplib-dev test -f /usr/include/httplib.h
+      check chromium chromium test -x /usr/bin/chromium
+      check chromedriver chromium-driver test -x /usr/bin/chromedriver
+      check "Python Selenium" python3-selenium /usr/bin/python3 -c 'import selenium'
+      check "Python pytest" python3-pytest /usr/bin/python3 -c 'import pytest'
       ;;
     fuzz)
       check clang clang command -v clang++
