@@ -416,33 +416,36 @@ void CClientInterface::InitUnpack()
 }
 
 // Reads what is already waiting before a new request goes out: late replies of abandoned
-// calls are dropped, management messages are handled. Bounded, so a peer that floods the
-// socket cannot hold the caller here. True when something was read over the current message.
-bool CClientInterface::DrainStale()
+// calls are dropped, management messages are handled. The request stays untouched in the
+// current message: what is drained goes into a buffer of its own. Only what was waiting
+// when the drain began is read, so a peer that keeps sending cannot hold the caller here.
+void CClientInterface::DrainStale()
 {
-    constexpr int kMaxDrained = 256;
+    // A SHUTDOWN found by the management check may log the session off, which unbinds
+    // this interface: the socket is kept for the rest of the drain.
+    CSocket* const socket = _socket;
     CProcess* process = Process();
-    int drained = 0;
-    for (; drained < kMaxDrained; ++drained) {
-        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
+    CSocket::CWaiting waiting(*socket);
+    TIMsg stale;
+    do {
+        const int r = Using(socket, [&] { return socket->ReadMsg(&stale); });
         if (r != 0) {
             // Nothing was waiting a moment ago, so the management check would begin by
             // finding nothing too: it is needed only after a failed read.
             if (r != NO_MESSAGE_RESULT)
-                Using(_socket, [&] { return _socket->CheckForManagementFtn(); });
-            Using(_socket, [&] { return _socket->WriteFlush(); });
-            break;
+                Using(socket, [&] { return socket->CheckForManagementFtn(); });
+            Using(socket, [&] { return socket->WriteFlush(); });
+            return;
         }
-        if (_msg->h.function == 0) {
+        if (stale.h.function == 0) {
             if (CLog* log = Trace())
                 log->Log("invalid ftn ID");
             continue;
         }
-        const bool management = Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); });
+        const bool management = Using(socket, [&] { return socket->IsSocketManagementFtn(&stale, CALL_PORT); });
         if (management && process && !process->Running())
             KV_THROW(CONNECTION_BROKEN);
-    }
-    return drained > 0;
+    } while (waiting.More());
 }
 
 namespace {
@@ -480,8 +483,8 @@ void CClientInterface::Call()
         try {
             if (!_socket)
                 throw NOT_OPEN_RESULT;
-            if (!oneWay && DrainStale())
-                CopyMsg(_msg, &_request);
+            if (!oneWay)
+                DrainStale();
             Send();
             if (oneWay)
                 return;

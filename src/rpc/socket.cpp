@@ -28,8 +28,6 @@ constexpr int kReadPasses = 20;
 constexpr int kClientPingTries = 3;
 constexpr int kClientPingWaitMs = 3000;
 constexpr int kServerPingPasses = 51;
-// A peer that keeps sending is still served in bounded slices.
-constexpr int kMaxManagementBurst = 256;
 
 int PollMs(long ms) {
     if (ms < 0) return 0;
@@ -242,6 +240,7 @@ long CSocket::TakeBuffered(char* to, long n) {
     long k = Buffered() < n ? Buffered() : n;
     std::memcpy(to, _rx + _rxBegin, static_cast<size_t>(k));
     _rxBegin += static_cast<int>(k);
+    _rxTaken += static_cast<uint32_t>(k);
     if (_rxBegin == _rxEnd) _rxBegin = _rxEnd = 0;
     return k;
 }
@@ -519,9 +518,19 @@ bool CSocket::IsSocketManagementFtn(TIMsg* msg, TPort port) {
     return true;
 }
 
+bool CSocket::CWaiting::More() {
+    uint32_t taken = _s._rxTaken - _start;
+    if (_limit < 0) {
+        long b = _s.BytesInRxBuff();
+        _limit = taken + (b > 0 ? b : 0);
+    }
+    return taken < static_cast<unsigned long>(_limit);
+}
+
 int CSocket::CheckForManagementFtn() {
     TIMsg msg;
-    for (int i = 0; i < kMaxManagementBurst; ++i) {
+    CWaiting waiting(*this);
+    do {
         int r = ReadMsg(&msg);
         if (r == NO_MESSAGE_RESULT) return 0;
         if (r != 0) return r;
@@ -531,7 +540,7 @@ int CSocket::CheckForManagementFtn() {
             process->ServerLogoff();
             return NO_SESSION_RESULT;
         }
-    }
+    } while (waiting.More());
     return 0;
 }
 
