@@ -1,5 +1,6 @@
 #include "rpc/interface.h"
 
+#include <chrono>
 #include <cstring>
 #include "foundation/log.h"
 #include "rpc/method.h"
@@ -338,8 +339,13 @@ void CInterface::Get()
     if (!_socket)
         throw NOT_OPEN_RESULT;
     CProcess* process = Process();
-    for (;;) {
-        const int event = Using(_socket, [&] { return _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0); });
+    // The reply must come within the call timeout, however many management messages
+    // arrive before it: each wait has what is left of it.
+    using Clock = std::chrono::steady_clock;
+    const long timeout = process ? process->CallTimeout() : 0;
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(timeout > 0 ? timeout : 0);
+    for (long ms = timeout;;) {
+        const int event = Using(_socket, [&] { return _socket->WaitForSocketEvent(ms); });
         switch (event) {
         case CSocket::WAIT_DATA:
             break;
@@ -350,23 +356,28 @@ void CInterface::Get()
         case CSocket::WAIT_OBJECT_EVENT:
             if (process)
                 process->ErrorObjectEvent();
-            continue;
+            break;
         default:
             KV_THROW(CONNECTION_BROKEN);
         }
-        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
-        if (r != 0)
-            KV_THROW(static_cast<TResult>(r));
-        if (_msg->h.function == 0)
-            KV_THROW(BAD_FUNCTION_RESULT);
-        if (!Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); }))
-            return;
-        if (process && !process->Running()) {
-            if (process->LogBrokenConnection())
-                if (CLog* log = Trace())
-                    log->Log("CInterface::Get() CONNECTION_BROKEN");
-            KV_THROW(CONNECTION_BROKEN);
+        if (event == CSocket::WAIT_DATA) {
+            const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
+            if (r != 0)
+                KV_THROW(static_cast<TResult>(r));
+            if (_msg->h.function == 0)
+                KV_THROW(BAD_FUNCTION_RESULT);
+            if (!Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); }))
+                return;
+            if (process && !process->Running()) {
+                if (process->LogBrokenConnection())
+                    if (CLog* log = Trace())
+                        log->Log("CInterface::Get() CONNECTION_BROKEN");
+                KV_THROW(CONNECTION_BROKEN);
+            }
         }
+        ms = static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count());
+        if (ms <= 0)
+            KV_THROW(TIMEOUT_RESULT);
     }
 }
 

@@ -34,13 +34,12 @@ int PollMs(long ms) {
     return ms > INT_MAX ? INT_MAX : static_cast<int>(ms);
 }
 
-// poll() rather than select(): no FD_SETSIZE limit on the descriptor number.
+// poll() rather than select(): no FD_SETSIZE limit on the descriptor number. A signal
+// ends the wait as a failure (-1, EINTR): a wait restarted with its whole time-out would
+// never end while a periodic signal keeps coming.
 int PollOne(int fd, short events, long ms, short* revents) {
     pollfd p{fd, events, 0};
-    int r;
-    do {
-        r = poll(&p, 1, PollMs(ms));
-    } while (r < 0 && errno == EINTR);
+    int r = poll(&p, 1, PollMs(ms));
     *revents = p.revents;
     return r;
 }
@@ -348,7 +347,7 @@ int CSocket::WaitForSocketEvent(long ms, CSocket** which, bool, bool) {
     }
     if (_waitInReceive && ms > 0) {
         int w = WaitByReceiving(ms);
-        if (w != WAIT_FAILED) {
+        if (w >= 0) {
             if (w == WAIT_DATA && which) *which = this;
             return w;
         }
@@ -374,11 +373,12 @@ int CSocket::WaitForSocketEvent(long ms, CSocket** which, bool, bool) {
 
 // The wait of a blocking connection: one receive into the empty buffer that returns when
 // bytes arrive, the peer closes (the read that follows reports it) or the time-out passes.
-// WAIT_FAILED leaves the wait to poll(): an interrupted receive, or no time-out to be had.
+// A signal fails the wait, as it fails poll(). -1 leaves the wait to poll(): no time-out
+// to be had.
 int CSocket::WaitByReceiving(long ms) {
     if (ms != _receiveTimeoutMs) {
         timeval tv{static_cast<time_t>(ms / 1000), static_cast<suseconds_t>(ms % 1000 * 1000)};
-        if (setsockopt(_fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv) < 0) return WAIT_FAILED;
+        if (setsockopt(_fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv) < 0) return -1;
         _receiveTimeoutMs = ms;
     }
     CInUse use(this);
@@ -391,7 +391,10 @@ int CSocket::WaitByReceiving(long ms) {
     }
     if (r == 0) return WAIT_DATA;
     if (errno == EAGAIN || errno == EWOULDBLOCK) return WAIT_TIMEOUT;
-    if (errno == EINTR) return WAIT_FAILED;
+    if (errno == EINTR) {
+        SaveError(__LINE__, kFile);
+        return WAIT_FAILED;
+    }
     return WAIT_DATA;   // as poll() would report an error: the read that follows meets it
 }
 

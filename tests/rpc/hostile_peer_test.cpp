@@ -121,6 +121,43 @@ public:
 
 }  // namespace
 
+TEST(HostilePeer, EveryWaitEndsWithinItsTimeOutUnderAPeriodicSignal) {
+    for (bool restart : {false, true})
+        for (int periodUs : {1000, 50000}) {
+            SCOPED_TRACE(testing::Message() << "SA_RESTART " << restart << ", every " << periodUs << " us");
+            Loopback f;
+            const int before = CSignalStorm::Count();
+            CSignalStorm storm(periodUs, restart);
+            // A signal fails the wait; it never starts it again.
+            EXPECT_LT(Timed([&] { EXPECT_EQ(f.client->WaitForSocketEvent(1000), CSocket::WAIT_FAILED); }), 1.0);
+            EXPECT_LT(Timed([&] { EXPECT_EQ(f.accepted->WaitForSocketEvent(1000), CSocket::WAIT_FAILED); }), 1.0);
+            FillSendBuffer(*f.accepted);
+            EXPECT_LT(Timed([&] { EXPECT_EQ(f.accepted->CanWrite(1000), -1); }), 1.0);
+            EXPECT_LT(Timed([&] { EXPECT_EQ(f.client->ClientPing(kClientId), CONNECTION_BROKEN); }), 3.0);
+            // A call on a silent peer: three tries, each ended by the signal.
+            CITest proxy(&f.process, f.client, kClientId);
+            EXPECT_LT(Timed([&] { EXPECT_EQ(proxy.Authorise(7), CONNECTION_BROKEN); }), 3.0);
+            EXPECT_GT(CSignalStorm::Count(), before);
+        }
+}
+
+TEST(HostilePeer, ManagementMessagesDoNotStretchTheCallTimeout) {
+    Loopback f;
+    f.process.SetCallTimeout(400);
+    std::atomic<bool> stop{false};
+    std::thread pinger([&] {
+        TIMsgHeader ping = Management(MFTN_PING, 1, 2);
+        for (int i = 0; i < 40 && !stop; ++i, usleep(150000)) WriteAll(f.clientPeer, &ping, sizeof ping);
+    });
+    CITest proxy(&f.process, f.client, kClientId);
+    // Each try waits 400 ms in all, pings or not; three tries.
+    const double took = Timed([&] { EXPECT_EQ(proxy.Authorise(7), TIMEOUT_RESULT); });
+    stop = true;
+    pinger.join();
+    EXPECT_GT(took, 1.1);
+    EXPECT_LT(took, 2.0);
+}
+
 TEST(HostilePeer, DrainLeavesTheRequestAloneAndSurvivesALogoff) {
     TempDir dir;
     CLogoffProcess p(dir / "trace", 0, 0, 1000, kClientId);
