@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -24,7 +25,8 @@ namespace {
 const char kFile[] = "Socket";
 constexpr int kConnectWaitMs = 3000;
 constexpr int kReadPauseMs = 50;
-constexpr int kReadPasses = 20;
+// A read gives up once its pauses add up to 20 of 50 ms, however often bytes trickle in.
+constexpr long kReadStallMs = 20 * kReadPauseMs;
 constexpr int kClientPingTries = 3;
 constexpr int kClientPingWaitMs = 3000;
 constexpr int kServerPingPasses = 51;
@@ -42,6 +44,11 @@ int PollOne(int fd, short events, long ms, short* revents) {
     int r = poll(&p, 1, PollMs(ms));
     *revents = p.revents;
     return r;
+}
+
+long NowMs() {
+    using namespace std::chrono;
+    return static_cast<long>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 void BuildManagement(TIMsgHeader* h, uint8_t code, long a, long b) {
@@ -265,26 +272,30 @@ long CSocket::Read(void* buf, long n, bool wait) {
     char* p = static_cast<char*>(buf);
     long got = TakeBuffered(p, n);
     if (got == n) return n;
-    for (int pass = 1;; ++pass) {
+    long stallEnd = 0;   // set at the first pause
+    for (;;) {
         // The buffer is empty here: a read that is still short has taken all of it.
         long r = Receive();
         if (r > 0) {
             got += TakeBuffered(p + got, n - got);
             if (got == n) return n;
-        } else if (r == 0) {
+            continue;
+        }
+        if (r == 0) {
             errno = ENOTCONN;   // the peer closed the connection
             SaveError(__LINE__, kFile);
             return -1;
-        } else {
-            int e = errno;
-            if (e == ENOTSOCK || e == EBADF || e == ENOTCONN || e == EINTR) return -1;
-            if (e != EAGAIN && e != EWOULDBLOCK) return -2;
-            if (!wait && got == 0) return 0;
-            // A pause of at most 50 ms that ends early when more bytes arrive.
-            short rev = 0;
-            PollOne(_fd, POLLIN, kReadPauseMs, &rev);
         }
-        if (pass >= kReadPasses) return got;
+        int e = errno;
+        if (e == ENOTSOCK || e == EBADF || e == ENOTCONN || e == EINTR) return -1;
+        if (e != EAGAIN && e != EWOULDBLOCK) return -2;
+        if (!wait && got == 0) return 0;
+        long now = NowMs();
+        if (stallEnd == 0) stallEnd = now + kReadStallMs;
+        if (now >= stallEnd) return got;
+        // A pause of at most 50 ms that ends early when more bytes arrive.
+        short rev = 0;
+        PollOne(_fd, POLLIN, stallEnd - now < kReadPauseMs ? stallEnd - now : kReadPauseMs, &rev);
     }
 }
 

@@ -158,6 +158,24 @@ TEST(HostilePeer, ManagementMessagesDoNotStretchTheCallTimeout) {
     EXPECT_LT(took, 2.0);
 }
 
+TEST(HostilePeer, TrickledMessageIsReadWhileBytesKeepComing) {
+    Loopback f;
+    TIMsgHeader h = Header(13, 0, 7, 0, IF_PUMP, 60);
+    std::string wire(reinterpret_cast<char*>(&h), sizeof h);
+    for (int i = 0; i < 60; ++i) wire += static_cast<char>(i);
+    std::thread trickle([&] {
+        for (char c : wire) {
+            WriteAll(f.clientPeer, &c, 1);
+            usleep(5000);
+        }
+    });
+    ASSERT_EQ(f.client->WaitForSocketEvent(1000), CSocket::WAIT_DATA);
+    TIMsg msg;
+    EXPECT_EQ(f.client->ReadMsg(&msg), 0);
+    trickle.join();
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(&msg), wire.size()), wire);
+}
+
 TEST(HostilePeer, DrainLeavesTheRequestAloneAndSurvivesALogoff) {
     TempDir dir;
     CLogoffProcess p(dir / "trace", 0, 0, 1000, kClientId);
