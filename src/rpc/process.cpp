@@ -199,7 +199,10 @@ long CProcess::ServeMsg(TIMsg* msg, CSocket* socket, TPort port) {
         _trace->Log("invalid ftn ID");
         return 0;
     }
-    if (socket->IsSocketManagementFtn(msg, port)) return CSocket::IsSocketDisconnectedFtn(msg) ? RESERVED_24_RESULT : 0;
+    if (function == 1) {   // management: never a call, whatever the check makes of it
+        socket->IsSocketManagementFtn(msg, port);
+        return CSocket::IsSocketDisconnectedFtn(msg) ? RESERVED_24_RESULT : 0;
+    }
 
     bool oneWay = msg->h.flag != 0;
     long r = ProcessMsg(msg, socket);

@@ -524,10 +524,8 @@ bool CSocket::IsSocketManagementFtn(TIMsg* msg, TPort port) {
         }
         break;
     default:
-        // The process's answer is not needed here: every function-1 message counts as
-        // handled, so it can never be mistaken for a call or a reply.
-        if (process) process->PortManagement(this, port, msg->h.flag, a);
-        break;
+        // The codes the process handles count as handled when it says so.
+        return process && process->PortManagement(this, port, msg->h.flag, a) != 0;
     }
     return true;
 }

@@ -344,3 +344,24 @@ TEST_F(CKVCLProcessHostileServer, StrayBytesNeverReplaceTheRequest) {
     EXPECT_TRUE(server.CallsTo(IF_CLIENT, 36).empty());
 }
 
+TEST_F(CKVCLProcessHostileServer, ManagementCodesTheSessionIgnoresAreTakenForTheReply) {
+    Session s(server, 7, 3);
+    ASSERT_EQ(s.result, 0);
+    const std::pair<uint8_t, long> cases[] = {
+        {MFTN_PING, 0}, {MFTN_CONNECT, -23}, {MFTN_DISCONNECT, -23}, {MFTN_CLOSE, -23}, {9, -23}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.first));
+        // The message arrives just before the reply.
+        server.On(IF_PUMP, 5, [&](const FakeCall&, FakeReply& r) {
+            server.CallSocketOf(7)->ManagementFtn(c.first, 0, 0);
+            r.Long(0, 4);
+        });
+        long n = 0;
+        EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(c.second, c.second ? 0L : 4L));
+        // The real reply comes late and is dropped before the next request.
+        ASSERT_TRUE(c.second == 0 || Arrived(s, 1));
+        server.On(IF_PUMP, 5, [](const FakeCall&, FakeReply& r) { r.Long(0, 5); });
+        EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(0, 5L));
+    }
+}
+
