@@ -36,6 +36,13 @@ enum TResult : int {
     RESERVED_24_RESULT = -24,          // a DISCONNECT was read while serving
 };
 
+// The codes of a lost or unusable connection (the session reports them as -14).
+inline bool IsConnectionResult(long r)
+{
+    return r == RESERVED_24_RESULT || r == NOT_OPEN_RESULT || r == SHORT_WRITE_RESULT || r == SHORT_READ_RESULT ||
+           r == CONNECTION_BROKEN || r == TIMEOUT_RESULT;
+}
+
 // Value tags of the data area.
 enum TTag : uint8_t {
     TAG_CHAR = 0, TAG_PCHAR = 1,

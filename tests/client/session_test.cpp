@@ -71,6 +71,11 @@ bool Arrived(CKVCLProcess* s, long n) {
     return WaitUntil([&] { return s->CallSocket()->BytesInRxBuff() >= n; });
 }
 
+std::string Raw(const TIMsgHeader& h, const Bytes& data = {}) {
+    std::string out(reinterpret_cast<const char*>(&h), sizeof h);
+    return out + std::string(data.begin(), data.end());
+}
+
 class TestEvent : public CEvent {
 public:
     explicit TestEvent(short type) : _type(type) {}
@@ -362,6 +367,26 @@ TEST_F(CKVCLProcessHostileServer, ManagementCodesTheSessionIgnoresAreTakenForThe
         ASSERT_TRUE(c.second == 0 || Arrived(s, 1));
         server.On(IF_PUMP, 5, [](const FakeCall&, FakeReply& r) { r.Long(0, 5); });
         EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(0, 5L));
+    }
+}
+
+TEST_F(CKVCLProcessHostileServer, AnUnframeableLengthIsRecoveredFrom) {
+    TIMsgHeader huge = Header(5, 0, 0, 8, IF_PUMP);
+    huge.length = 4000;
+    for (bool test : {false, true}) {
+        SCOPED_TRACE(test ? "TestConnection" : "ProcessEvents, then a call");
+        Session s(server, 8, 3);
+        ASSERT_EQ(s.result, 0);
+        ServerWrites(server, 8, CALL_PORT, Raw(huge));
+        ASSERT_TRUE(Arrived(s, sizeof huge));
+        long n = 0;
+        if (test) {
+            EXPECT_EQ(TestConnectionMT(s), 0);   // reconnected
+        } else {
+            EXPECT_EQ(ProcessEventsMT(s), -14);
+        }
+        EXPECT_EQ(GetPumpsCountMT(s, &n), 0);
+        EXPECT_EQ(TestConnectionMT(s), 0);
     }
 }
 
