@@ -84,6 +84,16 @@ struct TIMsg {
 static_assert(sizeof(TIMsgHeader) == kMsgHeaderSize);
 static_assert(sizeof(TIMsg) == kMsgHeaderSize + kMsgDataSize);
 
+// A request refused with code becomes its answer: the reply's ends are the request's
+// swapped, the code is its result and nothing follows the header.
+inline void AnswerRefused(TIMsg* m, TIMsgHeader request, int code)
+{
+    m->h.source = request.destination;
+    m->h.destination = request.source;
+    m->h.result = static_cast<int16_t>(code);
+    m->h.length = 0;
+}
+
 // Management codes carried in byte 2 of a function-1 message.
 enum TManagementFtn : uint8_t {
     MFTN_INVALID = 0, MFTN_CONNECT = 1, MFTN_DISCONNECT = 2, MFTN_PING = 3,

@@ -76,6 +76,13 @@ std::string Raw(const TIMsgHeader& h, const Bytes& data = {}) {
     return out + std::string(data.begin(), data.end());
 }
 
+// A one-way events call of the server to client `client`.
+std::string EventsCall(long client, uint8_t function, const Bytes& data) {
+    TIMsgHeader h = Header(function, 1, 0, static_cast<uint32_t>(client), IF_EVENTS, static_cast<uint16_t>(data.size()));
+    h.object = 0xFFFFFFFF;
+    return Raw(h, data);
+}
+
 class TestEvent : public CEvent {
 public:
     explicit TestEvent(short type) : _type(type) {}
@@ -390,3 +397,14 @@ TEST_F(CKVCLProcessHostileServer, AnUnframeableLengthIsRecoveredFrom) {
     }
 }
 
+TEST_F(CKVCLProcessHostileServer, ProcessEventsServesAllThatWaitsPastARefusedCall) {
+    Session s(server, 9, 2);
+    ASSERT_EQ(s.result, 0);
+    std::string burst = EventsCall(9, 18, Wire().End());   // no such events call
+    for (int i = 0; i < 300; ++i) burst += EventsCall(9, 15, Wire().L(i).Str("e").End());
+    ServerWrites(server, 9, EVENTS_PORT, burst);
+    ASSERT_TRUE(WaitUntil([&] { return s.s->EventsSocket()->BytesInRxBuff() == static_cast<long>(burst.size()); }));
+    EXPECT_EQ(ProcessEventsMT(s), 0);
+    EXPECT_EQ(EventCount(s), 300);
+    EXPECT_NE(dir.ClientLog(9).find("Call 18 on Interface 2 for Object -1 failed with result -4"), std::string::npos);
+}
