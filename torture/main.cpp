@@ -71,13 +71,16 @@ void Note(Report& r, const char* fmt, const char* a, long b) {
     if (!r.note[0]) std::snprintf(r.note, sizeof r.note, fmt, a, b);
 }
 
-// A result the library may give: the frame's codes, those kvsim answers with, and for a
-// logon, which returns its failing step's code unmapped, the transport's too.
-bool KnownResult(long r, bool logon) {
+// A result the library may give: the frame's codes and those kvsim answers with. A logon
+// returns its failing step's code unmapped, so any transport code; the calls that start
+// with the management check return its read results unmapped.
+bool KnownResult(const char* name, long r) {
     static const long known[] = {0, 8, -7, -14, -19, -22, -23, 56, 1, 2, 3, 54, 55, 60};
     for (long k : known)
         if (r == k) return true;
-    if (logon && ((r >= -19 && r <= -1 && r != -12) || r == -24)) return true;
+    if (std::strncmp(name, "ClientLogon", 11) == 0) return (r >= -19 && r <= -1 && r != -12) || r == -24;
+    for (const char* checks : {"ProcessEvents", "TestConnection", "CheckForManagementFtn"})
+        if (std::strcmp(name, checks) == 0 && r == -15) return true;
     return r >= 10 && r <= 19;
 }
 
@@ -89,7 +92,7 @@ struct Checked {
         const long r = f();
         const long took = Ms(start);
         ++rep.calls;
-        if (!KnownResult(r, std::strncmp(name, "ClientLogon", 11) == 0)) {
+        if (!KnownResult(name, r)) {
             ++rep.bad;
             Note(rep, "%s returned %ld", name, r);
         }
@@ -161,60 +164,74 @@ bool StartSim(const std::string& path, const std::filesystem::path& dir, Sim* si
 
 struct Totals : Counts {
     Totals() : Counts{} {}
-    long runs = 0, doubleClears = 0, unclearedLeft = 0;
+    long runs = 0, doubleClears = 0, unclearedLeft = 0, recordsWrong = 0;
 };
 
-// Runs fn in n children at once; each has `seconds` (plus the call bound) to finish.
-void Children(int n, long seconds, Totals& t, const std::function<void(int, Report&)>& fn,
-              const std::function<void()>& whileWaiting = {}) {
-    auto* reps = static_cast<Report*>(
-        mmap(nullptr, sizeof(Report) * n, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    std::memset(reps, 0, sizeof(Report) * n);
+// Children at work, each with its report in memory shared with the parent.
+struct Brood {
     std::vector<pid_t> pids;
+    Report* reps;
+};
+
+Brood Spawn(int n, const std::function<void(int, Report&)>& fn) {
+    Brood b{{}, static_cast<Report*>(mmap(nullptr, sizeof(Report) * n, PROT_READ | PROT_WRITE,
+                                          MAP_SHARED | MAP_ANONYMOUS, -1, 0))};
+    std::memset(b.reps, 0, sizeof(Report) * n);
     for (int i = 0; i < n; ++i) {
         std::fflush(stdout);
         pid_t p = fork();
         if (p == 0) {
-            fn(i, reps[i]);
+            fn(i, b.reps[i]);
 #if defined(__SANITIZE_ADDRESS__)
             if (__lsan_do_recoverable_leak_check()) {
-                reps[i].leaks = 1;
-                Note(reps[i], "%sleak report above%ld", "", 0);
+                b.reps[i].leaks = 1;
+                Note(b.reps[i], "%sleak report above%ld", "", 0);
             }
 #endif
             std::fflush(stdout);
             _exit(0);
         }
-        pids.push_back(p);
+        b.pids.push_back(p);
     }
-    if (whileWaiting) whileWaiting();
+    return b;
+}
+
+// Waits for the children, for `limitMs` at most; one still running then is killed as hung.
+void Collect(Brood& b, long limitMs, Totals& t) {
     const auto start = Clock::now();
-    const long limit = seconds * 1000 + kCallBound + kLogonBound;
-    for (int i = 0; i < n; ++i) {
+    for (size_t i = 0; i < b.pids.size(); ++i) {
         int status = 0;
-        while (waitpid(pids[i], &status, WNOHANG) == 0) {
-            if (Ms(start) > limit) {
-                kill(pids[i], SIGKILL);
-                waitpid(pids[i], &status, 0);
+        while (waitpid(b.pids[i], &status, WNOHANG) == 0) {
+            if (Ms(start) > limitMs) {
+                kill(b.pids[i], SIGKILL);
+                waitpid(b.pids[i], &status, 0);
                 ++t.hangs;
-                std::printf("torture: child %d killed after %ld ms\n", i, Ms(start));
+                std::printf("torture: child %zu killed after %ld ms\n", i, Ms(start));
                 status = 0;
                 break;
             }
             usleep(20000);
         }
-        const Report& r = reps[i];
+        const Report& r = b.reps[i];
         if (WIFSIGNALED(status) || (WIFEXITED(status) && WEXITSTATUS(status) != 0)) {
             ++t.crashes;
-            std::printf("torture: child %d ended with %s %d (%s)\n", i, WIFSIGNALED(status) ? "signal" : "status",
+            std::printf("torture: child %zu ended with %s %d (%s)\n", i, WIFSIGNALED(status) ? "signal" : "status",
                         WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status), r.note);
         }
         t += r;
         ++t.runs;
         if (r.bad || r.hangs || r.stuck || r.leaks || r.malformed)
-            std::printf("torture: child %d%s%s: %s\n", i, r.fault[0] ? ", " : "", r.fault, r.note);
+            std::printf("torture: child %zu%s%s: %s\n", i, r.fault[0] ? ", " : "", r.fault, r.note);
     }
-    munmap(reps, sizeof(Report) * n);
+    munmap(b.reps, sizeof(Report) * b.pids.size());
+}
+
+// Runs fn in n children at once; each has `seconds` (plus the call bound) to finish.
+void Children(int n, long seconds, Totals& t, const std::function<void(int, Report&)>& fn,
+              const std::function<void()>& whileWaiting = {}) {
+    Brood b = Spawn(n, fn);
+    if (whileWaiting) whileWaiting();
+    Collect(b, seconds * 1000 + kCallBound + kLogonBound, t);
 }
 
 // After the faults: the session answers, or a new logon does. Logs it off.
@@ -290,10 +307,7 @@ void ScriptedSession(const Sim& sim, long at, unsigned way, Proxy& proxy, Checke
     Arm(true);
     c.Call("TestConnection", kCallBound, [&] { return TestConnectionMT(s); });
     c.Call("GetPumpsCount", kCallBound, [&] { return GetPumpsCountMT(s, &n); });
-    c.Call("CheckForManagementFtn", kCallBound, [&] {
-        long r = CheckForManagementFtnMT(&s);
-        return r == -15 || r == -13 || r == -17 ? 0 : r;   // unmapped transport codes are its own
-    });
+    c.Call("CheckForManagementFtn", kCallBound, [&] { return CheckForManagementFtnMT(&s); });
     c.Call("ClientLogoff", kCallBound, [&] { return ClientLogoffMT(&s); });
     Arm(false);
     if (const char* what = Injected()) {
@@ -372,9 +386,43 @@ void Storm(long periodUs, Proxy& proxy, Checked& c) {
 
 // ---------------------------------------------------------------- sales under faults
 
+constexpr int kObservers = 2;
+
 struct Shared {
     std::atomic<int> cleared[1 << 16];   // successful clears per delivery ID
+    // Database records seen by the observers, per delivery ID: log delivery and clear.
+    std::atomic<int> logged[kObservers][1 << 16];
+    std::atomic<int> clearRecords[kObservers][1 << 16];
+    std::atomic<bool> broken[kObservers];   // lost its connection at some point
+    std::atomic<bool> stop;
 };
+
+// A back-office client on a clean line for the whole of the sales: counts the database
+// records of each delivery that reach its queue.
+void Observer(const Sim& sim, int i, Shared* shared, Report& rep) {
+    CKVCLProcess* s = nullptr;
+    if (ClientLogonExMT(&s, 90 + i, 7, "127.0.0.1", sim.call, sim.events, kCallTimeout, nullptr, nullptr, 0) != 0) {
+        shared->broken[i] = true;
+        return Note(rep, "%s %ld", "observer logon failed", 0);
+    }
+    while (!shared->stop) {
+        if (ProcessEventsMT(s) != 0) shared->broken[i] = true;
+        for (short type = 0; GetNextEventTypeMT(s, &type) == 0 && type != 0;) {
+            long id = 0, l[4];
+            short h[3];
+            double d[4];
+            if (type == 6 && GetNextDBLogDeliveryEventMT(s, &id, l, h, h + 1, d, h + 2, d + 1, d + 2, d + 3, l + 1,
+                                                         l + 2, l + 3) == 0)
+                ++shared->logged[i][id & 0xFFFF];
+            else if (type == 7 && GetNextDBClearDeliveryEventMT(s, &id, h, l, l + 1, l + 2) == 0)
+                ++shared->clearRecords[i][id & 0xFFFF];
+            else if (type != 6 && type != 7)
+                DiscardNextEventMT(s);
+        }
+        usleep(10000);
+    }
+    ClientLogoffMT(&s);
+}
 
 // One POS: whole sales on pump `pump` (one customer at a time per pump: the pumps'
 // owners are the sessions whose index has that pump), clears, and events, until the deadline.
@@ -470,7 +518,7 @@ std::vector<std::pair<long, long>> Deliveries(const Sim& sim) {
 
 // Clears, over a clean line, what the sales left, and checks that each delivery was cleared
 // exactly once.
-void Audit(const Sim& sim, Shared* shared, Totals& t) {
+void Audit(const Sim& sim, Shared* shared, Brood& observers, Totals& t) {
     Children(1, 60, t, [&](int, Report& rep) {
         CKVCLProcess* s = nullptr;
         if (ClientLogonExMT(&s, 99, 1, "127.0.0.1", sim.call, sim.events, kCallTimeout, nullptr, nullptr, 0) != 0)
@@ -479,7 +527,19 @@ void Audit(const Sim& sim, Shared* shared, Totals& t) {
             if ((state == 2 || state == 3) && ClearDeliveryMT(s, id, 1) == 0) ++shared->cleared[id & 0xFFFF];
         ClientLogoffMT(&s);
     });
+    usleep(500000);   // the last records on their way to the observers
+    shared->stop = true;
+    Collect(observers, kCallBound, t);
+    long checked = 0;
     for (auto [id, state] : Deliveries(sim)) {
+        checked += state == 4;
+        for (int o = 0; o < kObservers; ++o)
+            if (!shared->broken[o] && state == 4 &&
+                (shared->logged[o][id & 0xFFFF] != 1 || shared->clearRecords[o][id & 0xFFFF] != 1)) {
+                ++t.recordsWrong;
+                std::printf("torture: observer %d got %d log and %d clear records of delivery %ld\n", o,
+                            shared->logged[o][id & 0xFFFF].load(), shared->clearRecords[o][id & 0xFFFF].load(), id);
+            }
         if (shared->cleared[id & 0xFFFF] > 1) {
             ++t.doubleClears;
             std::printf("torture: delivery %ld cleared %d times\n", id, shared->cleared[id & 0xFFFF].load());
@@ -489,6 +549,8 @@ void Audit(const Sim& sim, Shared* shared, Totals& t) {
             std::printf("torture: delivery %ld left in state %ld\n", id, state);
         }
     }
+    std::printf("torture: database records of %ld cleared deliveries checked in %d observers' queues\n", checked,
+                kObservers);
 }
 
 void Sales(const Sim& sim, Totals& t, int sessions, long seconds, int percent, uint32_t seed, Shared* shared) {
@@ -567,6 +629,11 @@ int main(int argc, char** argv) {
     const int sessions = slice ? 8 : 32;
     const long round = std::min(salesSeconds, 120L);
     long sales = 0, calls = 0;
+    Brood observers;
+    if (salesSeconds > 0) {
+        observers = Spawn(kObservers, [&](int i, Report& r) { Observer(sim, i, shared, r); });
+        usleep(1000000);
+    }
     for (long done = 0, r = 0; done < salesSeconds; done += round, ++r) {
         Totals load;
         Sales(sim, load, sessions, round, 5, static_cast<uint32_t>(seed + r), shared);
@@ -574,12 +641,13 @@ int main(int argc, char** argv) {
         sales += load.sales;
         calls += load.calls;
     }
-    if (salesSeconds > 0) Audit(sim, shared, t);
+    if (salesSeconds > 0) Audit(sim, shared, observers, t);
     const bool simAlive = kill(sim.pid, 0) == 0 && Command(sim.control, "status").rfind("ok", 0) == 0;
     std::printf("torture: %ld s; %ld system-call faults; %d POS sessions, %ld sales, %ld calls; %ld unexpected results, "
-                "%ld stuck sessions, %ld deliveries cleared twice, %ld left uncleared; kvsim %s\n",
+                "%ld stuck sessions, %ld deliveries cleared twice, %ld left uncleared, %ld with database records "
+                "lost or doubled; kvsim %s\n",
                 Ms(start) / 1000, syscallFaults, sessions, sales, calls, t.bad, t.stuck, t.doubleClears,
-                t.unclearedLeft, simAlive ? "alive" : "GONE");
+                t.unclearedLeft, t.recordsWrong, simAlive ? "alive" : "GONE");
     if (!simAlive) ++t.crashes;
     kill(sim.pid, SIGTERM);
     waitpid(sim.pid, nullptr, 0);
@@ -588,6 +656,6 @@ int main(int argc, char** argv) {
     std::printf("torture: %ld faults injected, %ld crashes, %ld hangs, %ld leaks, %ld malformed requests\n", t.faults,
                 t.crashes, t.hangs + t.stuck, t.leaks, t.malformed);
     const bool ok = !t.crashes && !t.hangs && !t.stuck && !t.leaks && !t.malformed && !t.bad && !t.doubleClears &&
-                    !t.unclearedLeft;
+                    !t.unclearedLeft && !t.recordsWrong;
     return ok ? 0 : 1;
 }
