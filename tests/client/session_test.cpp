@@ -55,6 +55,21 @@ using CKVCLProcessReconnect = FakeServerTest;
 using CKVCLProcessCheckResult = FakeServerTest;
 using CKVCLProcessEvents = FakeServerTest;
 using ApiFrameCallPath = FakeServerTest;
+using CKVCLProcessHostileServer = FakeServerTest;
+
+// Raw bytes written by the server on one of the client's sockets.
+void ServerWrites(CFakeServer& server, long client, TPort port, const std::string& bytes) {
+    server.RunOnServer([&](CFakeServer& f) {
+        CSocket* sock = port == CALL_PORT ? f.CallSocketOf(client) : f.EventsSocketOf(client);
+        ASSERT_NE(sock, nullptr);
+        EXPECT_EQ(sock->Write(bytes.data(), static_cast<long>(bytes.size())), static_cast<long>(bytes.size()));
+    });
+}
+
+// Waits until n bytes sent by the server wait on the session's call socket.
+bool Arrived(CKVCLProcess* s, long n) {
+    return WaitUntil([&] { return s->CallSocket()->BytesInRxBuff() >= n; });
+}
 
 class TestEvent : public CEvent {
 public:
@@ -311,3 +326,21 @@ TEST_F(ApiFrameCallPath, CallsWithoutStringsAllocateNothing) {
     EXPECT_EQ(tAllocations - before, 0);
     ClientLogoffMT(&s);
 }
+
+TEST_F(CKVCLProcessHostileServer, StrayBytesNeverReplaceTheRequest) {
+    Session s(server, 7, 3);
+    ASSERT_EQ(s.result, 0);
+    long n = 0;
+    ASSERT_EQ(GetPumpsCountMT(s, &n), 0);
+    ServerWrites(server, 7, CALL_PORT, std::string(10, '\x55'));   // and then nothing
+    ASSERT_TRUE(Arrived(s, 10));
+    EXPECT_EQ(GetPumpsCountMT(s, &n), 0);
+    // The request went out as built, at the first try.
+    const auto counts = server.CallsTo(IF_PUMP, 5);
+    ASSERT_EQ(counts.size(), 2u);
+    FakeCall expected = counts[0];
+    expected.h.sequence = 2;
+    EXPECT_EQ(counts[1].Bytes(), expected.Bytes());
+    EXPECT_TRUE(server.CallsTo(IF_CLIENT, 36).empty());
+}
+
