@@ -419,10 +419,12 @@ int CSocket::ReadMsg(TIMsg* msg) {
     }
     int len = msg->h.length;
     if (len > kMsgDataSize) {
-        // No body can be that long, so nothing after this header can be framed again:
-        // the body is not read, the connection is closed and reported as broken.
-        KV_TRACE(_parent, "Bad message length %d, connection closed.", len);
-        Close();
+        // No body can be that long, so nothing after this header can be framed again: the
+        // connection is shut down and reported as broken. The descriptor stays, so the
+        // socket still counts as open and its users meet -14 and reconnect.
+        KV_TRACE(_parent, "Bad message length %d, connection shut down.", len);
+        _rxBegin = _rxEnd = 0;
+        shutdown(_fd, SHUT_RDWR);
         return CONNECTION_BROKEN;
     }
     if (len > 0) {
@@ -532,10 +534,8 @@ bool CSocket::IsSocketManagementFtn(TIMsg* msg, TPort port) {
         }
         break;
     default:
-        // The process's answer is not needed here: every function-1 message counts as
-        // handled, so it can never be mistaken for a call or a reply.
-        if (process) process->PortManagement(this, port, msg->h.flag, a);
-        break;
+        // The codes the process handles count as handled when it says so.
+        return process && process->PortManagement(this, port, msg->h.flag, a) != 0;
     }
     return true;
 }

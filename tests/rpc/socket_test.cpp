@@ -98,7 +98,10 @@ TEST(CSocketFraming, OversizedLengthNeverOverrunsAndBreaksTheConnection) {
     ASSERT_TRUE(WriteAll(f.pair.peer, wire.data(), wire.size()));
 
     EXPECT_EQ(f.s().ReadMsg(&target.msg), CONNECTION_BROKEN);
-    EXPECT_FALSE(f.s().IsOpen());
+    // Shut down but still open: whoever uses it next meets the break and reconnects.
+    EXPECT_TRUE(f.s().IsOpen());
+    EXPECT_EQ(f.s().ReadMsg(&target.msg), CONNECTION_BROKEN);
+    EXPECT_EQ(f.s().Write("x", 1), -1);
     for (unsigned char b : target.msg.data) ASSERT_EQ(b, 0x5A);
     for (unsigned char b : target.guard) ASSERT_EQ(b, 0x5A);
     EXPECT_NE(f.Log().find("Bad message length 3000"), std::string::npos);
