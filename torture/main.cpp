@@ -609,6 +609,7 @@ int main(int argc, char** argv) {
         }
     }
     signal(SIGPIPE, SIG_IGN);
+    kvsim = std::filesystem::absolute(kvsim).string();   // the run works in a directory of its own
     char tmpl[] = "/tmp/kvtortureXXXXXX";
     const std::filesystem::path dir = mkdtemp(tmpl);
     std::filesystem::current_path(dir);
