@@ -7,7 +7,7 @@ CONF_i386   = -DKV_M32=ON
 CONF_asan   = -DKV_SANITIZE=address
 CONF_tsan   = -DKV_SANITIZE=thread
 
-.PHONY: all build test deps deps-http deps-web clean demo fuzz bench sim package package-x86_64 package-i386 $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
+.PHONY: all build test deps deps-http deps-web clean demo fuzz bench sim torture package package-x86_64 package-i386 $(addprefix build-,x86_64 i386 asan tsan) $(addprefix test-,x86_64 i386 asan tsan)
 
 all: build
 
@@ -95,6 +95,14 @@ package-x86_64 package-i386: package-%: deps
 
 package: package-x86_64 package-i386
 	@ls -l build/packages/*.deb
+
+# The library under injected faults for TORTURE_SECONDS (default 1200), under ASan+UBSan so
+# that leaks and overruns are seen; ends with one summary line, non-zero on any failure.
+TORTURE_SECONDS ?= 1200
+torture: deps
+	cmake -S . -B build/asan $(CONF_asan) -DCMAKE_BUILD_TYPE=Debug >/dev/null
+	cmake --build build/asan -j$(JOBS) --target kvtorture kvsim
+	build/asan/torture/kvtorture --kvsim build/asan/sim/kvsim --seconds $(TORTURE_SECONDS)
 
 clean:
 	rm -rf build

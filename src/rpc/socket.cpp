@@ -454,9 +454,17 @@ int CSocket::Send(TIMsg* msg) {
     long n = Write(msg, size);
     if (n == size) return 0;
     if (n < 0) return CONNECTION_BROKEN;
-    if (n > 0) return SHORT_WRITE_RESULT;
+    if (n > 0) return ShortWrite();
     _queue.Append(new CSocketMsg(msg));
     return 0;
+}
+
+// Part of a message is on the wire and the rest can never follow it there: anything sent
+// after it would be read as its rest, so the connection ends here.
+int CSocket::ShortWrite() {
+    KV_TRACE(_parent, "Short write, connection closed.");
+    Close();
+    return SHORT_WRITE_RESULT;
 }
 
 int CSocket::WriteFlush() {
@@ -467,8 +475,8 @@ int CSocket::WriteFlush() {
         long n = Write(&head->_msg, size);
         if (n < 0) return CONNECTION_BROKEN;
         if (n > 0 && n < size) {
-            _queue.Delete();   // its tail can no longer follow its head on the wire
-            return SHORT_WRITE_RESULT;
+            _queue.Delete();
+            return ShortWrite();
         }
         if (n == 0 && head->_queued.MilliSecondsElapsed() <= static_cast<uint64_t>(timeout))
             return NO_MESSAGE_RESULT;
@@ -488,7 +496,7 @@ int CSocket::WriteWhole(const void* buf, long n) {
         written = Write(buf, n);
     }
     if (written < 0) return CONNECTION_BROKEN;
-    if (written < n) return SHORT_WRITE_RESULT;
+    if (written < n) return ShortWrite();
     return 0;
 }
 

@@ -112,6 +112,7 @@ protected:
     long TakeBuffered(char* to, long n);
     long Receive();
     int WriteWhole(const void* buf, long n);                 // 0, -13, -14, -17
+    int ShortWrite();
 
     int _fd;
     int _lastError;
