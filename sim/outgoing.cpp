@@ -33,6 +33,13 @@ long MaskBit(TSimEvent k)
     }
 }
 
+// An event that carries the object's ID and then its record as Get returns it.
+template <class Rec, class O, class Send>
+long WithRecord(O& o, Send&& send)
+{
+    return std::apply([&](const auto&... v) { return send(o.ID(), v...); }, Rec::Values(o));
+}
+
 int64_t Value(const CSimEvent& e, size_t i) { return i < e.values.size() ? e.values[i] : 0; }
 short Short(const CSimEvent& e, size_t i) { return static_cast<short>(Value(e, i)); }
 long Long(const CSimEvent& e, size_t i) { return static_cast<long>(Value(e, i)); }
@@ -149,22 +156,13 @@ long CSimServer::Deliver(CSimClient& c, const CSimEvent& e)
         return ev.ClientEvent(e.id, e.a, e.text);
     case TSimEvent::CardRead: {
         CSimCardRead* r = _forecourt->CardReads().FindObjByID(e.id);
-        if (!r)
-            return 0;
-        CSimPump* p = fc.Pump(r->pumpId);
-        return ev.CardReadEvent(r->ID(), r->pumpId, r->Name(), r->cardClientId, r->reader,
-                                p ? p->GetNumber() : -1L, r->tag, r->when);
+        return r ? WithRecord<CardReadRecord>(*r, [&](auto&&... v) { return ev.CardReadEvent(v...); }) : 0;
     }
     case TSimEvent::TermPrompt:
         return ev.KVTermPromptEvent(e.id, static_cast<short>(e.a), static_cast<short>(e.b), e.text);
     case TSimEvent::LogEvent: {
         CSimLogEvent* l = fc.LogEvent(e.id);
-        if (!l)
-            return 0;
-        return ev.LogEventEvent(l->ID(), l->type, l->deviceId, l->code, l->device, l->level, l->state, l->text,
-                                l->raised, l->cleared, l->clearedBy, l->ackedBy, Cur(l->values[0]),
-                                Cur(l->values[1]), Cur(l->values[2]), Cur(l->values[3]), Cur(l->values[4]),
-                                Cur(l->values[5]));
+        return l ? WithRecord<LogEventRecord>(*l, [&](auto&&... v) { return ev.LogEventEvent(v...); }) : 0;
     }
     case TSimEvent::SaleItem: {
         CSimSaleItem* s = fc.SaleItem(e.id);
