@@ -61,7 +61,9 @@ long CClientsIf::Logon(long clientId, const CStr& name)
         c = new CSimClient(clientId, clientId, name);
         _objects.Add(c);
     }
-    // A logon starts a new session, whatever the number held before.
+    // A logon starts a new session, whatever the number held before: the old one's
+    // reservations and locks go with it.
+    _server.Forecourt().ReleaseClient(clientId);
     c->SetName(name);
     c->sessionId = _server.NewSessionID();
     c->mask = kDefaultEventMask;
@@ -80,17 +82,7 @@ long CClientsIf::Logoff(CSimClient* c)
 {
     if (!c)
         return kNoObject;
-    const long id = c->ID();
-    for (CSimClient* x = _objects.First(); x; x = _objects.Next())
-        if (x == c) {
-            _objects.Delete();
-            break;
-        }
-    if (CLog* log = Trace())
-        log->Log("Client %ld logged off", id);
-    CStr text;
-    text.Format("Client %ld logged off", id);
-    _server.Forecourt().Emit(TSimEvent::Server, -1, SE_CLIENT_LOGOFF, id, text);
+    _server.EndSession(c->ID(), "logged off", false);
     return SR_OK;
 }
 

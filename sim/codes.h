@@ -49,6 +49,9 @@ enum TSimResult : long {
     SR_CLEARED = 17,          // already cleared
     SR_RUNNING = 18,          // the delivery is still running
     SR_REFUSED = 19,          // credentials or tag refused, attendant not logged on
+    SR_CARD_BLOCKED = 20,     // the card's account is blocked
+    SR_CARD_EXPIRED = 21,
+    SR_CARD_LIMIT = 22,       // the amount exceeds what is left of the card's credit limit
     SR_CLIENT_LIMIT = 55,     // logon refused: as many clients as allowed are logged on
 };
 

@@ -153,8 +153,7 @@ std::string CSimServer::Command(const std::string& line)
         }
         if (!client)
             return "error no session of client " + a + "\n";
-        _clients->Logoff(client);
-        DropClient(n);
+        EndSession(n, "logged off by the operator");
         return "ok logged off client " + a + "\n";
     }
     if (cmd == "tag") {

@@ -308,12 +308,12 @@ long CForecourt::Authorise(CSimPump& p, const CAuth& auth, bool reserved)
     return SR_OK;
 }
 
-long CForecourt::CancelAuthorise(CSimPump& p)
+long CForecourt::CancelAuthorise(CSimPump& p, long client)
 {
-    if (p.runningId)
+    if (p.runningId || !p.auth.active)
         return SR_STATE;
-    if (!p.auth.active)
-        return SR_STATE;
+    if (p.reserveType != RES_NONE && client != 0 && client != p.reserveClient)
+        return SR_RESERVED_OTHER;
     p.auth = CAuth();
     Notify(p);
     return SR_OK;
@@ -337,7 +337,7 @@ long CForecourt::ReAuthorise(CSimPump& p)
     return SR_OK;
 }
 
-long CForecourt::Terminate(CSimPump& p)
+long CForecourt::Terminate(CSimPump& p, long client)
 {
     if (p.runningId) {
         if (CSimDelivery* d = Delivery(p.runningId)) {
@@ -345,9 +345,7 @@ long CForecourt::Terminate(CSimPump& p)
             return SR_OK;
         }
     }
-    if (p.auth.active)
-        return CancelAuthorise(p);
-    return SR_STATE;
+    return CancelAuthorise(p, client);
 }
 
 long CForecourt::Reserve(CSimPump& p, short type, long client)
@@ -404,6 +402,25 @@ long CForecourt::StackCurrent(CSimPump& p)
             return SR_OK;
         }
     return SR_NOT_FOUND;
+}
+
+void CForecourt::ReleaseClient(long client)
+{
+    ForEach(_pumps->List(), [&](CSimPump& p) {
+        if (p.reserveClient == client && !p.runningId && !p.auth.active) {
+            p.reserveType = RES_NONE;
+            p.reserveClient = 0;
+            Notify(p);
+        }
+    });
+    ForEach(_deliveries->List(), [&](CSimDelivery& d) {
+        if (d.lockOwner == client && d.state != DS_CLEARED)
+            Unlock(d, client);
+    });
+    ForEach(_saleItems->List(), [&](CSimSaleItem& s) {
+        if (s.lockOwner == client)
+            _saleItems->Unlock(&s, client);
+    });
 }
 
 long CForecourt::AllStop(bool onlyIdle)
@@ -644,6 +661,8 @@ void CForecourt::Finish(CSimPump& p, CSimDelivery& d, const Raw* totals)
         d.volAfter = h->volumeTotal;
         d.moneyAfter = h->moneyTotal;
     }
+    if (CSimCardClient* c = CardClient(d.cardClientId))
+        c->balance += d.money;
     Emit(TSimEvent::Delivery, d.ID());
     Emit(TSimEvent::DBLogDelivery, d.ID());
     if (Tank(d.tankId))
@@ -900,6 +919,30 @@ CSimCardClient* CForecourt::FindCardClient(const CStr& card)
         }
     }
     return best;
+}
+
+long CForecourt::CardAuth(CAuth& a, const CStr& card)
+{
+    CSimCardClient* c = card.Length() ? FindCardClient(card) : CardClient(a.cardClientId);
+    if (!c)
+        return card.Length() ? SR_REFUSED : SR_OK;
+    if (c->status != 0)
+        return SR_CARD_BLOCKED;
+    if (!c->expiry.IsEmpty() && c->expiry.Ticks() < Now().Ticks())
+        return SR_CARD_EXPIRED;
+    a.cardClientId = c->ID();
+    if (a.level == 0 && (c->priceLevel == 1 || c->priceLevel == 2))
+        a.level = c->priceLevel;
+    if (c->creditLimit > 0 && a.presetType != PRESET_VOLUME) {
+        const Raw left = c->creditLimit - c->balance;
+        if (left <= 0 || (a.presetType == PRESET_MONEY && a.presetValue > left))
+            return SR_CARD_LIMIT;
+        if (a.presetType == PRESET_NONE) {   // the pump stops at what is left of the credit
+            a.presetType = PRESET_MONEY;
+            a.presetValue = left;
+        }
+    }
+    return SR_OK;
 }
 
 // A tag authorises when it is an attendant's tag or a card of a known card client.

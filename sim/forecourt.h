@@ -154,14 +154,18 @@ public:
 
     // ---- pump operations behind the pump interface ----
     long Authorise(CSimPump& p, const CAuth& auth, bool reserved);
-    long CancelAuthorise(CSimPump& p);
+    // A reserved authorisation is its client's to cancel (client 0: the forecourt itself).
+    long CancelAuthorise(CSimPump& p, long client = 0);
     long TempStop(CSimPump& p);
     long ReAuthorise(CSimPump& p);
-    long Terminate(CSimPump& p);
+    long Terminate(CSimPump& p, long client = 0);
     long Reserve(CSimPump& p, short type, long client);
     long CancelReserve(CSimPump& p, short type, long client);
     long Disable(CSimPump& p, bool off);
     long StackCurrent(CSimPump& p);
+    // A session has ended: its reservations not yet authorised and its locks go, with the
+    // events the other clients see.
+    void ReleaseClient(long client);
     long AllStop(bool onlyIdle);
     long AllAuthorise();
     long AllReAuthorise();
@@ -190,6 +194,9 @@ public:
     CSimCardRead& AddCardRead(long pumpId, short reader, long long tag, const CStr& text);
     CSimCardClient* FindCardClient(const CStr& card);
     bool KnownTag(long long tag);
+    // The card rules for an authorisation paid by card: blocked, expired, over the credit
+    // limit; the card client's price level and the rest of its credit as the limit.
+    long CardAuth(CAuth& a, const CStr& card);
 
     CPumpView View(CSimPump& p);
     CDeliveryNames Names(const CSimDelivery& d);

@@ -240,6 +240,7 @@ struct CSimClient : CSimObject<CSimClient> {
     long mask = kDefaultEventMask;
     bool events = false, db = false;   // registered interfaces 2 and 1
     long calls = 0;
+    long long seenMs = 0;              // last time it had a socket open (wall ms)
 };
 
 #undef KV_SIM_OBJECT

@@ -5,6 +5,7 @@
 // null when the caller does not want the value.
 #pragma once
 #include <cstdint>
+#include "rpc/process.h"
 #include "rpc/serverif.h"
 #include "sim/forecourt.h"
 #include "sim/objects.h"
@@ -25,6 +26,8 @@ public:
     uint16_t InterfaceVersion() const override { return 0; }
     // The objects, for the forecourt's own walks.
     CObjectList<T, T>& List() { return this->_objects; }
+    // The client number of the request being served; 0 for the forecourt itself.
+    long Caller() const { return this->Process() ? this->Process()->CallingClientID() : 0; }
 
 protected:
     CForecourt& _fc;

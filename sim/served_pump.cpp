@@ -275,7 +275,10 @@ long CPumpsIf::TagAuthorise(CSimPump* p, long long tag, short type, const CCur& 
         return SR_REFUSED;
     CAuth a = Preset(DT_TAG, type, value, level, hose);
     a.tag = tag;
-    return _fc.Authorise(*p, a, false);
+    CStr card;
+    card.Format("%lld", tag);
+    const long r = _fc.FindCardClient(card) ? _fc.CardAuth(a, card) : SR_OK;
+    return r == SR_OK ? _fc.Authorise(*p, a, false) : r;
 }
 
 long CPumpsIf::Authorise(CSimPump* p)
@@ -283,10 +286,10 @@ long CPumpsIf::Authorise(CSimPump* p)
     return p ? _fc.Authorise(*p, CAuth(), false) : kNoObject;
 }
 
-long CPumpsIf::CancelAuthorise(CSimPump* p) { return p ? _fc.CancelAuthorise(*p) : kNoObject; }
+long CPumpsIf::CancelAuthorise(CSimPump* p) { return p ? _fc.CancelAuthorise(*p, Caller()) : kNoObject; }
 long CPumpsIf::TempStop(CSimPump* p) { return p ? _fc.TempStop(*p) : kNoObject; }
 long CPumpsIf::ReAuthorise(CSimPump* p) { return p ? _fc.ReAuthorise(*p) : kNoObject; }
-long CPumpsIf::TerminateDelivery(CSimPump* p) { return p ? _fc.Terminate(*p) : kNoObject; }
+long CPumpsIf::TerminateDelivery(CSimPump* p) { return p ? _fc.Terminate(*p, Caller()) : kNoObject; }
 long CPumpsIf::StackCurrentDelivery(CSimPump* p) { return p ? _fc.StackCurrent(*p) : kNoObject; }
 long CPumpsIf::DisablePump(CSimPump* p) { return p ? _fc.Disable(*p, true) : kNoObject; }
 long CPumpsIf::EnablePump(CSimPump* p) { return p ? _fc.Disable(*p, false) : kNoObject; }
@@ -404,7 +407,12 @@ long CPumpsIf::PaymentAuthorise(CSimPump* p, long reference, const CStr& text, l
     a.cardNumber = cardNumber;
     a.extTransaction = extTransaction;
     a.price = price.Value();
-    return ReservedAuthorise(_fc, p, RES_PAYMENT, client, a);
+    CStr card;
+    if (cardNumber > 0)
+        card.Format("%lld", cardNumber);
+    const long r = _fc.CardAuth(a, card);
+    // -1 in the client field (the short VFP form) means the calling client.
+    return r == SR_OK ? ReservedAuthorise(_fc, p, RES_PAYMENT, client == -1 ? Caller() : client, a) : r;
 }
 
 long CPumpsIf::ExternalStartDelivery(CSimPump* p, long hose, long reference)

@@ -31,6 +31,7 @@ struct CSimSettings {
     long maxClients = -1;
     long busy = -1;                  // Logon calls to answer with 54 before serving
     long callTimeout = -1;
+    long graceMs = -1;               // a session without sockets ends after this long (wall ms)
     long flowMls = -1;               // flow in ml/s
     double speed = 1.0;              // simulated seconds per wall second
     bool autoCustomers = false;
@@ -142,6 +143,10 @@ public:
     short dhcp = 0;
     std::map<short, CPriceSignElement> priceSigns;
     long watchdogResets = 0;
+    long graceMs = 30000;
+    // Ends a session: its reservations and locks are released and the clients told; its
+    // sockets are closed unless it asked itself (it closes them after the reply).
+    void EndSession(long clientId, const char* why, bool closeSockets = true);
     unsigned long long NewSessionID();
     std::string IniPath(const CStr& file) const;   // "" when the name is not allowed
     const std::string& WorkIni() const { return _workIni; }
@@ -151,6 +156,7 @@ private:
     bool Wants(const CSimClient& c, const CSimEvent& e) const;
     long Deliver(CSimClient& c, const CSimEvent& e);
     void AutoCustomers(long ms);
+    void EndOrphans();
 
     CSimSettings _settings;
     std::string _workIni;

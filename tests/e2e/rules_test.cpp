@@ -1,0 +1,225 @@
+// The rules a POS relies on, seen through the library: what happens to a session's
+// reservations and locks when it ends, who may cancel an authorisation, the short payment
+// form, the card rules, and many clients selling at once.
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+#include "e2e_fixture.h"
+
+using namespace e2e;
+
+namespace {
+
+constexpr long kPump3 = 103, kPump4 = 104;
+
+// A completed sale at pump 7 (it authorises itself); its delivery ID.
+long SaleAtPump7(Site& site, CKVCLProcess* s)
+{
+    EXPECT_EQ("ok lift pump 7 Delivering", site.sim.Command("lift 7 1"));
+    usleep(100000);
+    EXPECT_EQ("ok hang pump 7 Idle", site.sim.Command("hang 7"));
+    return PumpStatus(s, 107).delivery;
+}
+
+void Drain(CKVCLProcess* s)
+{
+    ProcessEventsMT(s);
+    while (DiscardNextEventMT(s) == 0) {
+    }
+}
+
+}  // namespace
+
+// Ending by logoff or by a drop with no reconnect releases; a drop followed by a reconnect
+// under the same session keeps everything.
+TEST(ClientLogoff, AnEndedSessionReleasesItsReservationsAndLocks)
+{
+    CSimSettings settings = Fast();
+    settings.graceMs = 400;
+    Site site(settings);
+    Session other(site.sim, 82, 3);
+    ASSERT_EQ(0, other.result);
+    const long delivery = SaleAtPump7(site, other);
+    enum TEnd { LOGOFF, DROP, DROP_AND_RECONNECT };
+    for (TEnd end : {LOGOFF, DROP, DROP_AND_RECONNECT}) {
+        SCOPED_TRACE(end);
+        Session pos(site.sim, 81, 3);
+        ASSERT_EQ(0, pos.result);
+        ASSERT_EQ(0, PrepayReserveMT(pos, kPump3));
+        ASSERT_EQ(0, LockDeliveryMT(pos, delivery));
+        Drain(other);
+        if (end == LOGOFF) {
+            EXPECT_EQ(0, ClientLogoffMT(&pos.s));
+        } else {
+            ASSERT_EQ("ok dropped client 81", site.sim.Command("drop 81"));
+            if (end == DROP_AND_RECONNECT) {
+                usleep(100000);
+                long when = 0;
+                EXPECT_EQ(0, GetDateTimeMT(pos, &when));   // sent again after a reconnect
+            }
+        }
+        usleep(1000000);   // well past the grace period
+        const Status st = PumpStatus(other, kPump3);
+        const long lock = Delivery(other, delivery).lock;
+        if (end == DROP_AND_RECONNECT) {
+            EXPECT_EQ(std::make_tuple(st.state, st.reserveClient, lock), std::make_tuple(short{PS_RESERVED}, 81L, 81L));
+            EXPECT_EQ(SR_LOCKED, LockDeliveryMT(other, delivery));
+            EXPECT_EQ(0, PrepayCancelMT(pos, kPump3));
+            EXPECT_EQ(0, UnlockDeliveryMT(pos, delivery));
+            continue;
+        }
+        EXPECT_EQ(std::make_tuple(st.state, st.reserveClient, lock), std::make_tuple(short{PS_IDLE}, 0L, 0L));
+        // The others were told: the pump is idle again and the delivery unlocked.
+        short state = 0;
+        long pump = 0, lockOwner = -1;
+        bool pumpEvent = false, deliveryEvent = false;
+        WaitUntil([&] {
+            ProcessEventsMT(other);
+            short type = 0;
+            while (GetNextEventTypeMT(other, &type) == 0 && type != 0) {
+                if (type == 1 && GetNextPumpEventMT(other, &pump, nullptr, &state, nullptr, nullptr, nullptr, nullptr,
+                                                    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                    nullptr) == 0)
+                    pumpEvent |= pump == kPump3 && state == PS_IDLE;
+                else if (type == 2 && GetNextDeliveryEventMT(other, &pump, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                             nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                             nullptr, nullptr, nullptr, nullptr, nullptr, &lockOwner,
+                                                             nullptr) == 0)
+                    deliveryEvent |= pump == delivery && lockOwner == 0;
+                else
+                    DiscardNextEventMT(other);
+            }
+            return pumpEvent && deliveryEvent;
+        }, 3000);
+        EXPECT_TRUE(pumpEvent && deliveryEvent);
+        EXPECT_EQ(0, LockDeliveryMT(other, delivery));
+        EXPECT_EQ(0, UnlockDeliveryMT(other, delivery));
+    }
+}
+
+// A prepaid authorisation is its POS's to cancel; a supervisor's all-stop takes the
+// authorisation away but leaves the reservation, and so the prepaid money, with its POS.
+TEST(CancelAuthorise, OnlyTheReservingPosCancelsAndAllStopKeepsTheReservation)
+{
+    Site site(Fast());
+    Session pos(site.sim, 83, 3), other(site.sim, 84, 3);
+    ASSERT_EQ(std::make_tuple(pos.result, other.result), std::make_tuple(0L, 0L));
+    ASSERT_EQ(0, PrepayReserveMT(pos, kPump3));
+    ASSERT_EQ(0, PrepayAuthoriseMT(pos, kPump3, PRESET_MONEY, 20.0, 0, 0));
+    EXPECT_EQ(SR_RESERVED_OTHER, CancelAuthoriseMT(other, kPump3));
+    EXPECT_EQ(SR_RESERVED_OTHER, TerminateDeliveryMT(other, kPump3));
+    EXPECT_EQ(PS_AUTHORISED, PumpStatus(other, kPump3).state);
+
+    EXPECT_EQ(0, AllStopMT(other));
+    Status st = PumpStatus(other, kPump3);
+    EXPECT_EQ(std::make_tuple(st.state, st.reserveClient), std::make_tuple(short{PS_RESERVED}, 83L));
+    EXPECT_EQ(0, PrepayAuthoriseMT(pos, kPump3, PRESET_MONEY, 20.0, 0, 0));
+    EXPECT_EQ(0, CancelAuthoriseMT(pos, kPump3));
+    EXPECT_EQ(0, PrepayCancelMT(pos, kPump3));
+    EXPECT_EQ(PS_IDLE, PumpStatus(other, kPump3).state);
+}
+
+// The short payment form fills the client field with -1: it authorises the calling client's
+// payment reservation, with the preset, level and hose it takes.
+TEST(ExtAuthoriseVFP, AuthorisesTheCallingClientsPaymentReservation)
+{
+    Site site(Fast());
+    ASSERT_EQ(0, ClientLogonEx(85, 3, "127.0.0.1", site.sim.CallPort(), site.sim.EventsPort(), 3000, nullptr,
+                               nullptr, 0));
+    EXPECT_EQ(SR_NOT_RESERVED, ExtAuthoriseVFP(kPump4, "ref", "text", PRESET_MONEY, 12.5, 2, 1));
+    ASSERT_EQ(0, PaymentReserve(kPump4, 85, "terminal"));
+    EXPECT_EQ(0, ExtAuthoriseVFP(kPump4, "ref", "text", PRESET_MONEY, 12.5, 2, 1));
+    ASSERT_EQ("ok lift pump 4 Delivering", site.sim.Command("lift 4 1"));
+    Session pos(site.sim, 86, 3);
+    ASSERT_TRUE(WaitUntil([&] { return PumpStatus(pos, kPump4).state == PS_FINISHED; }, 10000));
+    EXPECT_EQ(0, ClientLogoff());
+    const Record r = Delivery(pos, PumpStatus(pos, kPump4).delivery);
+    EXPECT_EQ(std::make_tuple(r.type, r.presetType, r.money, r.level), std::make_tuple(long{DT_PAYMENT},
+                                                                                      short{PRESET_MONEY}, 12.5, short{2}));
+}
+
+// Cards of a blocked or expired account, or beyond the credit left, are refused with their
+// own codes; a card client's price level applies, and its credit limits the sale.
+TEST(TagAuthorise, CardRulesRefuseAndLimitAndSetThePriceLevel)
+{
+    Site site(Fast());
+    Session pos(site.sim, 87, 3);
+    ASSERT_EQ(0, pos.result);
+    struct Case {
+        long long card;
+        short preset;
+        double value;
+        long expect;
+    } cases[] = {
+        {7009990001LL, PRESET_NONE, 0, SR_CARD_BLOCKED},
+        {7002000001LL, PRESET_MONEY, 600, SR_CARD_LIMIT},     // 500 of credit
+        {7001000001LL, PRESET_MONEY, 1500.01, SR_CARD_LIMIT},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(c.expect, TagAuthoriseMT(pos, kPump4, c.card, c.preset, c.value, 0, 0)) << c.card;
+    EXPECT_EQ(SR_CARD_BLOCKED, PaymentReserveMT(pos, kPump3, 87, "") == 0
+                                   ? PaymentAuthoriseMT(pos, kPump3, 1, "", -1, 7009990001LL, 87, -1, 0, -1, 0, 0,
+                                                        0, 0, PRESET_MONEY, 10, 0, 0, 0, "", "", "", "")
+                                   : -1);
+    EXPECT_EQ(0, PaymentCancelMT(pos, kPump3, 87, ""));
+
+    // Fleet One: level 2, and no preset becomes its credit as a money limit.
+    ASSERT_EQ(0, TagAuthoriseMT(pos, kPump4, 7001000001LL, PRESET_NONE, 0, 0, 0));
+    const Status st = PumpStatus(pos, kPump4);
+    EXPECT_EQ(std::make_tuple(st.state, st.level), std::make_tuple(short{PS_AUTHORISED}, short{2}));
+    EXPECT_EQ(0, CancelAuthoriseMT(pos, kPump4));
+
+    // After the expiry date.
+    EXPECT_EQ(0, SetDateTimeMT(pos, 2100000000L));
+    EXPECT_EQ(SR_CARD_EXPIRED, TagAuthoriseMT(pos, kPump4, 7002000001LL, PRESET_MONEY, 10, 0, 0));
+}
+
+// Many POS clients at once: 32 sessions compete for 8 pumps' prepay reservations and each
+// sells and clears one delivery of its own, all receiving events throughout.
+TEST(ClientLogonEx, ThirtyTwoPosClientsSellConcurrently)
+{
+    Site site(Fast());
+    constexpr int kClients = 32;
+    std::vector<long> sold(kClients, 0), results(kClients, -1);
+    std::atomic<int> done{0};
+    std::mutex line;   // the control line is one connection
+    auto control = [&](const std::string& command) {
+        std::lock_guard<std::mutex> hold(line);
+        site.sim.Command(command);
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kClients; ++i)
+        threads.emplace_back([&, i] {
+            Session pos(site.sim, 100 + i, 3);
+            results[i] = pos.result;
+            const int number = 1 + i % 8;
+            const long pump = 100 + number;
+            for (int tries = 0; tries < 500 && pos.result == 0 && !sold[i]; ++tries) {
+                Drain(pos);
+                if (PrepayReserveMT(pos, pump) != 0) {
+                    usleep(20000);
+                    continue;
+                }
+                results[i] = PrepayAuthoriseMT(pos, pump, PRESET_VOLUME, 0.5, 0, 1);
+                control("lift " + std::to_string(number) + " 1");
+                WaitUntil([&] { return Drain(pos), PumpStatus(pos, pump).state == PS_FINISHED; }, 5000);
+                control("hang " + std::to_string(number));
+                sold[i] = PumpStatus(pos, pump).delivery;
+                if (results[i] == 0)
+                    results[i] = LockAndClearDeliveryMT(pos, sold[i], CLEAR_CASH);
+            }
+            // Everyone stays logged on, taking events, until the last sale.
+            ++done;
+            WaitUntil([&] { return Drain(pos), done == kClients; }, 60000);
+            if (results[i] == 0)
+                results[i] = TestConnectionMT(pos);
+        });
+    for (std::thread& t : threads)
+        t.join();
+    EXPECT_EQ(std::vector<long>(kClients, 0), results);
+    std::vector<long> ids(sold);
+    std::sort(ids.begin(), ids.end());
+    EXPECT_GT(ids.front(), 0);
+    EXPECT_EQ(ids.end(), std::adjacent_find(ids.begin(), ids.end()));
+}
