@@ -125,6 +125,7 @@ bool CForecourt::Load(const char* iniPath, std::string* error)
     const std::string server = "Server";
     flowMls = static_cast<long>(ini.Cur(server, "Flow", 0.6) / 10);
     progressMs = ini.Long(server, "ProgressMs", 250);
+    authTimeoutMs = ini.Long(server, "AuthTimeout", 120000);
     nextDeliveryId = ini.Long(server, "FirstDeliveryID", 1001);
     if (flowMls <= 0 || progressMs <= 0 || nextDeliveryId <= 0) {
         *error = "[Server] Flow, ProgressMs and FirstDeliveryID must be positive";

@@ -104,6 +104,10 @@ void CForecourt::Emit(TSimEvent kind, long id, long a, long b, const CStr& text,
 
 short CForecourt::StateOf(const CSimPump& p) const
 {
+    if (p.offline)
+        return PS_OFFLINE;
+    if (p.fault)
+        return PS_ERROR;
     if (p.disabled)
         return PS_DISABLED;
     if (p.runningId)
@@ -130,6 +134,8 @@ const char* CForecourt::StateText(short state)
     case PS_STOPPED: return "Stopped";
     case PS_DISABLED: return "Disabled";
     case PS_RESERVED: return "Reserved";
+    case PS_OFFLINE: return "Not responding";
+    case PS_ERROR: return "Error";
     default: return "Unknown";
     }
 }
@@ -281,6 +287,8 @@ std::vector<CSimDelivery*> CForecourt::Unpaid(const CSimPump& p)
 
 long CForecourt::Authorise(CSimPump& p, const CAuth& auth, bool reserved)
 {
+    if (p.offline || p.fault)
+        return SR_OFFLINE;
     if (p.disabled)
         return SR_DISABLED;
     if (p.runningId || p.finished)
@@ -297,6 +305,7 @@ long CForecourt::Authorise(CSimPump& p, const CAuth& auth, bool reserved)
         return SR_STACK_FULL;
     p.auth = auth;
     p.auth.active = true;
+    p.authMs = 0;
     p.errorCode = 0;
     p.errorText = "";
     if (p.nozzle) {
@@ -402,6 +411,29 @@ long CForecourt::StackCurrent(CSimPump& p)
             return SR_OK;
         }
     return SR_NOT_FOUND;
+}
+
+long CForecourt::SetOffline(CSimPump& p, bool offline)
+{
+    p.offline = offline;
+    return SetFault(p, p.fault);
+}
+
+long CForecourt::SetFault(CSimPump& p, short code)
+{
+    p.fault = code;
+    if (code) {
+        p.errorCode = code;
+        p.errorText.Format("Driver error %d", code);
+        RaiseLogEvent(LE_DRIVER, p.ID(), code, p.Name(), p.errorText, 2);
+    }
+    if (p.offline || p.fault) {
+        if (CSimDelivery* d = Delivery(p.runningId))
+            Complete(p, *d);
+        p.auth.active = false;
+    }
+    Notify(p);
+    return SR_OK;
 }
 
 void CForecourt::ReleaseClient(long client)
@@ -560,6 +592,13 @@ void CForecourt::Advance(long ms)
     if (ms <= 0)
         return;
     ForEach(_pumps->List(), [&](CSimPump& p) {
+        // An authorisation nobody takes expires; a reservation stays with its client.
+        if (p.auth.active && !p.runningId && authTimeoutMs > 0 && (p.authMs += ms) >= authTimeoutMs) {
+            p.auth = CAuth();
+            p.errorCode = PE_AUTH_TIMEOUT;
+            p.errorText = "Authorisation timed out";
+            Notify(p);
+        }
         if (!p.runningId || p.stopped || p.external)
             return;
         CSimDelivery* d = Delivery(p.runningId);
@@ -595,13 +634,16 @@ void CForecourt::Flow(CSimPump& p, CSimDelivery& d, long ms)
             add = 0;
         stop = true;
     }
-    if (CSimTank* t = Tank(d.tankId))
-        if (add >= t->volume) {
-            add = t->volume;
+    if (CSimTank* t = Tank(d.tankId)) {
+        // A tank in alarm, or down to its low level, gives no more fuel.
+        const Raw usable = t->alarms ? 0 : std::max<Raw>(0, t->volume - t->lowLevel);
+        if (add >= usable) {
+            add = usable;
             stop = true;
-            p.errorCode = 3;
-            p.errorText = "Tank empty";
+            p.errorCode = t->volume <= add ? PE_TANK_EMPTY : PE_TANK_BLOCKED;
+            p.errorText = p.errorCode == PE_TANK_EMPTY ? "Tank empty" : "Tank alarm or low level";
         }
+    }
     d.volume += add;
     d.money = Money(d.volume, d.price);
     d.netVolume = d.volume;

@@ -163,6 +163,10 @@ public:
     long CancelReserve(CSimPump& p, short type, long client);
     long Disable(CSimPump& p, bool off);
     long StackCurrent(CSimPump& p);
+    // Field faults: the pump stops responding or its driver reports an error (0 clears it);
+    // a running delivery ends with what flowed, an authorisation is withdrawn.
+    long SetOffline(CSimPump& p, bool offline);
+    long SetFault(CSimPump& p, short code);
     // A session has ended: its reservations not yet authorised and its locks go, with the
     // events the other clients see.
     void ReleaseClient(long client);
@@ -212,6 +216,7 @@ public:
     // Settings.
     long flowMls = 600;            // litres per second x 1000 of every pump without its own
     long progressMs = 250;         // simulated ms between progress events of a running delivery
+    long authTimeoutMs = 120000;   // simulated ms an authorisation waits for its customer; 0 for ever
     long nextDeliveryId = 1001;
     long nextLogEventId = 1301;
     long nextCardReadId = 1201;

@@ -26,6 +26,7 @@ const char kUsage[] =
     "  --events-port N       events port; 0 picks a free one\n"
     "  --control-port N      control port on 127.0.0.1; 0 picks a free one\n"
     "  --max-clients N       clients logged on at once (default 64)\n"
+    "  --auth-timeout MS     simulated ms an authorisation waits for its customer; 0 for ever (default 120000)\n"
     "  --grace MS            how long a session without connections waits for a reconnect (default 30000)\n"
     "  --busy N              answer 54 (busy) to the first N logons\n"
     "  --version TEXT        version string the server reports\n"
@@ -114,6 +115,8 @@ int main(int argc, char** argv)
             need(&s.controlPort);
         } else if (a == "--max-clients") {
             need(&s.maxClients);
+        } else if (a == "--auth-timeout") {
+            need(&s.authTimeoutMs);
         } else if (a == "--grace") {
             need(&s.graceMs);
         } else if (a == "--busy") {

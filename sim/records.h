@@ -13,10 +13,11 @@ using GradeRecord = CRecord<CSimGrade, ObjNumber, ObjName, F<&CSimGrade::shortNa
                            F<&CSimGrade::productId>, AtC<&CSimGrade::price, 0, "Price1", RO, 0, kMaxPrice>,
                            AtC<&CSimGrade::price, 1, "Price2", RO, 0, kMaxPrice>>;
 
+// LowLevel is configured only: it is not on the wire.
 using TankRecord = CRecord<CSimTank, ObjNumber, ObjName, F<&CSimTank::gradeId>,
                           C<&CSimTank::capacity, "Capacity", RW, 0, kMaxAmount>,
                           C<&CSimTank::gaugeCapacity, "GaugeCapacity", RW, 0, kMaxAmount>,
-                          F<&CSimTank::gaugeNumber, "Gauge">, F<&CSimTank::portId>>;
+                          F<&CSimTank::gaugeNumber, "Gauge">, F<&CSimTank::portId>, C<&CSimTank::lowLevel, "LowLevel", RO>>;
 
 using PortRecord = CRecord<CSimPort, ObjNumber, ObjName, F<&CSimPort::device, "Device">, F<&CSimPort::settings, "Settings">,
                           F<&CSimPort::type, "Type", RW, 1, 3>, F<&CSimPort::protocol, "Protocol">,

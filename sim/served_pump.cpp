@@ -271,6 +271,8 @@ long CPumpsIf::TagAuthorise(CSimPump* p, long long tag, short type, const CCur& 
         return kNoObject;
     if (!p->cfg.tagAllowed)
         return SR_STATE;
+    if (p->readerFault)
+        return SR_READER_FAULT;
     if (!_fc.KnownTag(tag))
         return SR_REFUSED;
     CAuth a = Preset(DT_TAG, type, value, level, hose);

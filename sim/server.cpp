@@ -65,6 +65,8 @@ bool CSimServer::Load(std::string* error)
         return false;
     if (_settings.flowMls > 0)
         _forecourt->flowMls = _settings.flowMls;
+    if (_settings.authTimeoutMs >= 0)
+        _forecourt->authTimeoutMs = _settings.authTimeoutMs;
 
     CINIFile ini(_workIni.c_str(), "TCPIP", false);
     const char* keys[] = {"Address", "Netmask", "Gateway", "DNS", "HostName"};

@@ -32,6 +32,7 @@ struct CSimSettings {
     long busy = -1;                  // Logon calls to answer with 54 before serving
     long callTimeout = -1;
     long graceMs = -1;               // a session without sockets ends after this long (wall ms)
+    long authTimeoutMs = -1;         // -1: the INI's AuthTimeout
     long flowMls = -1;               // flow in ml/s
     double speed = 1.0;              // simulated seconds per wall second
     bool autoCustomers = false;

@@ -223,3 +223,54 @@ TEST(ClientLogonEx, ThirtyTwoPosClientsSellConcurrently)
     EXPECT_GT(ids.front(), 0);
     EXPECT_EQ(ids.end(), std::adjacent_find(ids.begin(), ids.end()));
 }
+
+// Field faults a POS must handle: a pump that stops responding or reports a driver error
+// (a running sale ends with what flowed), a card reader out of order, a tank alarm that
+// gives no fuel, and an authorisation that no customer takes.
+TEST(GetPumpStatus, FaultsAndTimeOutsShowAndRefuse)
+{
+    CSimSettings settings = Fast();
+    settings.authTimeoutMs = 4000;   // simulated: 0.1 s here
+    Site site(settings);
+    Session pos(site.sim, 88, 3);
+    ASSERT_EQ(0, pos.result);
+    struct Case {
+        const char *fault, *clear;
+        long pump;
+        short state;
+    } cases[] = {
+        {"offline 2", "online 2", 102, PS_OFFLINE},
+        {"error 5 7", "error 5 0", 105, PS_ERROR},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.fault);
+        ASSERT_EQ(0, AuthoriseMT(pos, c.pump));
+        ASSERT_EQ(0, site.sim.Command("lift " + std::to_string(c.pump - 100)).rfind("ok lift", 0));
+        usleep(50000);
+        ASSERT_EQ(0, site.sim.Command(c.fault).rfind("ok", 0));
+        const Status st = PumpStatus(pos, c.pump);
+        EXPECT_EQ(c.state, st.state);
+        EXPECT_GT(st.volume, 0);   // the sale ended with what flowed
+        EXPECT_EQ(DS_COMPLETED, Delivery(pos, st.delivery).state);
+        EXPECT_EQ(SR_OFFLINE, AuthoriseMT(pos, c.pump));
+        ASSERT_EQ(0, site.sim.Command(c.clear).rfind("ok", 0));
+        site.sim.Command("hang " + std::to_string(c.pump - 100));
+        EXPECT_EQ(0, AuthoriseMT(pos, c.pump));
+        EXPECT_EQ(0, CancelAuthoriseMT(pos, c.pump));
+    }
+    EXPECT_EQ("ok reader pump 4 Idle", site.sim.Command("reader 4 fault"));
+    EXPECT_EQ(SR_READER_FAULT, TagAuthoriseMT(pos, kPump4, 7001000001LL, PRESET_MONEY, 10, 0, 0));
+    EXPECT_EQ("ok reader pump 4 Idle", site.sim.Command("reader 4 ok"));
+    EXPECT_EQ(0, TagAuthoriseMT(pos, kPump4, 7001000001LL, PRESET_MONEY, 10, 0, 0));
+
+    // Tank 1 in alarm feeds pump 1's hose 1 nothing.
+    ASSERT_EQ("ok alarm", site.sim.Command("alarm 1 1 1 Water"));
+    ASSERT_EQ(0, AuthoriseMT(pos, 101));
+    site.sim.Command("lift 1 1");
+    EXPECT_TRUE(WaitUntil([&] { return PumpStatus(pos, 101).error == PE_TANK_BLOCKED; }, 2000));
+    site.sim.Command("hang 1");
+
+    // The authorisation at pump 4 above was never taken: it expires with its pump event.
+    EXPECT_TRUE(WaitUntil([&] { return PumpStatus(pos, kPump4).state == PS_IDLE; }, 2000));
+    EXPECT_EQ(PE_AUTH_TIMEOUT, PumpStatus(pos, kPump4).error);
+}
