@@ -274,3 +274,34 @@ TEST(GetPumpStatus, FaultsAndTimeOutsShowAndRefuse)
     EXPECT_TRUE(WaitUntil([&] { return PumpStatus(pos, kPump4).state == PS_IDLE; }, 2000));
     EXPECT_EQ(PE_AUTH_TIMEOUT, PumpStatus(pos, kPump4).error);
 }
+
+// A delivery's correction goes through its lock, and leaves the state, lock and clearing to
+// their own calls; a card read event carries the read's ID and then its record as read.
+TEST(SetDeliveryProperties, RespectsTheLockAndCardReadsKeepOneFieldOrder)
+{
+    Site site(Fast());
+    Session a(site.sim, 89, 3), b(site.sim, 90, 3);
+    ASSERT_EQ(std::make_tuple(a.result, b.result), std::make_tuple(0L, 0L));
+    const long id = SaleAtPump7(site, a);
+    const Record r = Delivery(a, id);
+    ASSERT_EQ(0, LockDeliveryMT(a, id));
+    auto set = [&](CKVCLProcess* s, double money) {
+        return SetDeliveryPropertiesMT(s, id, r.pump, r.hose, r.presetType, r.presetValue, r.level, r.volume, money,
+                                       r.price, r.finished, DS_CLEARED, r.type, 0, r.attendant);
+    };
+    EXPECT_EQ(SR_LOCKED, set(b, 1.0));
+    EXPECT_EQ(0, set(a, 1.0));
+    const Record after = Delivery(b, id);
+    EXPECT_EQ(std::make_tuple(after.money, after.state, after.lock), std::make_tuple(1.0, long{DS_COMPLETED}, 89L));
+
+    Drain(b);
+    ASSERT_EQ("ok card read 1201", site.sim.Command("tag 2 7001001234"));
+    ASSERT_TRUE(b.WaitFor(22));
+    long read = 0, number = 0, pump = 0, cardClient = 0, when = 0;
+    short reader = 0;
+    long long tag = 0;
+    char name[16] = "               ";
+    EXPECT_EQ(0, GetNextCardReadEventMT(b, &read, &number, name, &pump, &reader, &cardClient, &tag, &when));
+    EXPECT_EQ(std::make_tuple(read, pump, reader, cardClient, tag), std::make_tuple(1201L, 102L, short{1}, 701L,
+                                                                                   7001001234LL));
+}
