@@ -164,22 +164,12 @@ long CClientsIf::FireClientEvent(CSimClient* c, long eventId, const CStr& text)
     return SR_OK;
 }
 
-// Every pump's present state, to the asking client alone.
+// The present state, to the asking client alone.
 long CClientsIf::FireEvents(CSimClient* c)
 {
     if (!c)
         return kNoObject;
-    CObjectList<CSimPump, CSimPump>& pumps = _server.Forecourt().Pumps().List();
-    std::vector<long> ids;
-    for (CSimPump* p = pumps.First(); p; p = pumps.Next())
-        ids.push_back(p->ID());
-    for (long id : ids) {
-        CSimEvent e{TSimEvent::Pump, id, 0, 0, CStr(""), {}};
-        if (c->events && (c->mask & EV_PUMP) && !_server.SendTo(*c, e)) {
-            _server.DropUndelivered(c->ID());
-            break;
-        }
-    }
+    _server.Resync(*c);
     return SR_OK;
 }
 

@@ -1,6 +1,8 @@
 // Events going out: which client takes which event, and the one-way calls that carry them
 // on the client's events connection. The calls are the rows of the events and database
 // tables, sent through proxies built from those tables.
+#include <poll.h>
+
 #include "sim/outgoing.h"
 #include "sim/served.h"
 #include "sim/server.h"
@@ -61,10 +63,53 @@ void CSimServer::Emit(const CSimEvent& e)
     for (CSimClient* c = list.First(); c; c = list.Next())
         all.push_back(c);
     for (CSimClient* c : all)
-        if (Wants(*c, e) && !SendTo(*c, e))
+        if (Wants(*c, e) && !Queue(*c, e))
             drop.push_back(c->ID());
     for (long id : drop)
         DropUndelivered(id);
+}
+
+// A client without an events connection gets nothing now: it resynchronises when it is back.
+bool CSimServer::Queue(CSimClient& c, const CSimEvent& e)
+{
+    if (!EventsSocketOf(c.ID()))
+        return true;
+    _pending[c.ID()].push_back(e);
+    return Flush(c.ID());
+}
+
+bool CSimServer::Flush(long clientId)
+{
+    std::deque<CSimEvent>& q = _pending[clientId];
+    CSimClient* c = Client(clientId);
+    CSocket* s = EventsSocketOf(clientId);
+    while (c && s && !q.empty()) {
+        pollfd p{s->Descriptor(), POLLOUT, 0};
+        if (poll(&p, 1, 0) != 1 || !(p.revents & POLLOUT))
+            break;
+        if (!SendTo(*c, q.front()))
+            return false;
+        q.pop_front();
+    }
+    if (q.size() == 1)
+        _trace->Log("Client %ld falls behind: its events wait in its queue", clientId);
+    return q.size() <= kMaxPending;
+}
+
+void CSimServer::Resync(CSimClient& c)
+{
+    CForecourt& fc = *_forecourt;
+    std::vector<CSimEvent> events;
+    for (CSimPump* p = fc.Pumps().List().First(); p; p = fc.Pumps().List().Next())
+        events.push_back(CSimEvent{TSimEvent::Pump, p->ID(), 0, 0, CStr(""), {}});
+    for (CSimDelivery* d = fc.Deliveries().List().First(); d; d = fc.Deliveries().List().Next())
+        if (d->state != DS_CLEARED)
+            events.push_back(CSimEvent{TSimEvent::Delivery, d->ID(), 0, 0, CStr(""), {}});
+    for (const CSimEvent& e : events)
+        if (Wants(c, e) && !Queue(c, e)) {
+            DropUndelivered(c.ID());
+            return;
+        }
 }
 
 void CSimServer::DropUndelivered(long clientId)

@@ -125,6 +125,15 @@ void CSimServer::Step(long waitMs)
     }
     _control.Poll([this](const std::string& line) { return Command(line); });
     EndOrphans();
+    std::vector<long> behind, drop;
+    for (auto& [id, q] : _pending)
+        if (!q.empty())
+            behind.push_back(id);
+    for (long id : behind)
+        if (!Flush(id))
+            drop.push_back(id);
+    for (long id : drop)
+        DropUndelivered(id);
 }
 
 namespace {
@@ -194,14 +203,18 @@ std::string CSimServer::IniPath(const CStr& file) const
 
 void CSimServer::ClientConnected(long clientId)
 {
-    if (CSimClient* c = Client(clientId))
+    if (CSimClient* c = Client(clientId)) {
         _trace->Log("Client %ld (%s) connected, session %llu", clientId, static_cast<char*>(c->Name()),
                     c->sessionId);
+        if (c->events)   // registered before: this is a reconnect
+            Resync(*c);
+    }
 }
 
 void CSimServer::ClientDisconnected(long clientId)
 {
     _out.erase(clientId);
+    _pending.erase(clientId);
     _trace->Log("Client %ld sockets closed%s", clientId, Client(clientId) ? "; its session waits for a reconnect" : "");
 }
 

@@ -3,6 +3,7 @@
 // them, advancing simulated time by wall time and taking control commands.
 #pragma once
 #include <chrono>
+#include <deque>
 #include <map>
 #include <memory>
 #include <random>
@@ -127,8 +128,14 @@ public:
 
     // CSimSink: fans an event out to every client whose registration and mask take it.
     void Emit(const CSimEvent& e) override;
-    // Sends one event to one client (FireEvents); false when its socket failed.
+    // Sends one event to one client; false when its socket failed.
     bool SendTo(CSimClient& c, const CSimEvent& e);
+    // What a client needs to resynchronise (after a reconnect, or on FireEvents): every
+    // pump's state and the deliveries not cleared, its mask permitting.
+    void Resync(CSimClient& c);
+    // Events a client's connection cannot take now wait in its queue, up to this many; past
+    // that the client is dropped.
+    static constexpr size_t kMaxPending = 4096;
     // A client whose events connection takes no more: both its sockets go, its session stays.
     void DropUndelivered(long clientId);
 
@@ -155,6 +162,10 @@ public:
 private:
     friend class CClientsIf;
     bool Wants(const CSimClient& c, const CSimEvent& e) const;
+    // Sends what waits for the client while its connection takes it; false once it is full past the bound.
+    bool Flush(long clientId);
+    bool Queue(CSimClient& c, const CSimEvent& e);
+    std::map<long, std::deque<CSimEvent>> _pending;
     long Deliver(CSimClient& c, const CSimEvent& e);
     void AutoCustomers(long ms);
     void EndOrphans();

@@ -3,6 +3,7 @@
 // form, the card rules, and many clients selling at once.
 #include <atomic>
 #include <mutex>
+#include <set>
 #include <thread>
 
 #include "e2e_fixture.h"
@@ -304,4 +305,38 @@ TEST(SetDeliveryProperties, RespectsTheLockAndCardReadsKeepOneFieldOrder)
     EXPECT_EQ(0, GetNextCardReadEventMT(b, &read, &number, name, &pump, &reader, &cardClient, &tag, &when));
     EXPECT_EQ(std::make_tuple(read, pump, reader, cardClient, tag), std::make_tuple(1201L, 102L, short{1}, 701L,
                                                                                    7001001234LL));
+}
+
+// Events missed while the connection was down are not replayed, but a reconnected POS is
+// sent what it needs to resynchronise: every pump's state and the deliveries not cleared.
+TEST(TestConnection, AReconnectedPosIsSentPumpStatesAndUnclearedDeliveries)
+{
+    Site site(Fast());
+    Session pos(site.sim, 91, 3);
+    ASSERT_EQ(0, pos.result);
+    ASSERT_EQ("ok dropped client 91", site.sim.Command("drop 91"));
+    ASSERT_EQ("ok lift pump 7 Delivering", site.sim.Command("lift 7 1"));
+    usleep(100000);
+    ASSERT_EQ("ok hang pump 7 Idle", site.sim.Command("hang 7"));
+    Drain(pos);
+    const long delivery = PumpStatus(pos, 107).delivery;   // sent again after the reconnect
+    std::set<long> pumps, deliveries;
+    WaitUntil([&] {
+        ProcessEventsMT(pos);
+        short type = 0;
+        long id = 0;
+        while (GetNextEventTypeMT(pos, &type) == 0 && type != 0) {
+            if (type == 1 && GetNextPumpEventMT(pos, &id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr) == 0)
+                pumps.insert(id);
+            else if (type == 2 && GetNextDeliveryEventMT(pos, &id, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                         nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                         nullptr, nullptr, nullptr, nullptr, nullptr) == 0)
+                deliveries.insert(id);
+            else
+                DiscardNextEventMT(pos);
+        }
+        return pumps.size() == 8 && deliveries.count(delivery);
+    }, 3000);
+    EXPECT_EQ(std::make_tuple(pumps.size(), deliveries), std::make_tuple(size_t{8}, std::set<long>{delivery}));
 }
