@@ -667,7 +667,11 @@ void CForecourt::Complete(CSimPump& p, CSimDelivery& d)
     p.finished = p.nozzle != 0;
     p.reserveType = RES_NONE;   // a reservation ends with the delivery it authorised
     p.reserveClient = 0;
-    if (d.volume == 0) {
+    // Prepaid money not taken is refunded; a prepay is kept even when nothing flowed, so
+    // that the POS settles it.
+    if (d.type == DT_PREPAY && d.authorised > d.money)
+        d.refund = d.authorised - d.money;
+    if (d.volume == 0 && d.type != DT_PREPAY) {
         // Nothing flowed: no delivery is kept, the clients hear of a zero delivery.
         const long id = d.ID();
         const long hoseId = d.hoseId;
@@ -685,8 +689,6 @@ void CForecourt::Complete(CSimPump& p, CSimDelivery& d)
         Notify(p);
         return;
     }
-    if (d.type == DT_PREPAY && d.presetType == PRESET_MONEY && d.authorised > d.money)
-        d.refund = d.authorised - d.money;
     Finish(p, d, nullptr);
 }
 

@@ -340,3 +340,39 @@ TEST(TestConnection, AReconnectedPosIsSentPumpStatesAndUnclearedDeliveries)
     }, 3000);
     EXPECT_EQ(std::make_tuple(pumps.size(), deliveries), std::make_tuple(size_t{8}, std::set<long>{delivery}));
 }
+
+// Prepaid money not taken comes back as the delivery's refund, for a volume preset too, and
+// a prepay in which nothing flowed still leaves a delivery to settle.
+TEST(PrepayAuthorise, RefundsWhatWasNotTakenEvenWhenNothingFlowed)
+{
+    Site site(Fast());
+    Session pos(site.sim, 92, 3);
+    ASSERT_EQ(0, pos.result);
+    struct Case {
+        long pump;
+        short preset;
+        double value;
+        bool flows;
+    } cases[] = {{103, PRESET_VOLUME, 20, true}, {101, PRESET_MONEY, 20, false}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.pump);
+        const std::string number = std::to_string(c.pump - 100);
+        if (!c.flows) {   // tank 1 (pump 1's hose 1) in alarm gives nothing
+            ASSERT_EQ("ok alarm", site.sim.Command("alarm 1 1 1 Water"));
+        }
+        ASSERT_EQ(0, PrepayReserveMT(pos, c.pump));
+        ASSERT_EQ(0, PrepayAuthoriseMT(pos, c.pump, c.preset, c.value, 0, 1));
+        site.sim.Command("lift " + number + " 1");
+        if (c.flows)
+            WaitUntil([&] { return PumpStatus(pos, c.pump).volume >= 2; }, 5000);
+        else
+            WaitUntil([&] { return PumpStatus(pos, c.pump).state != PS_DELIVERING; }, 2000);
+        site.sim.Command("hang " + number);
+        const Record r = Delivery(pos, PumpStatus(pos, c.pump).delivery);
+        EXPECT_EQ(std::make_tuple(r.type, r.state, r.volume > 0), std::make_tuple(long{DT_PREPAY}, long{DS_COMPLETED},
+                                                                                  c.flows));
+        EXPECT_GT(r.authorised, r.money);
+        EXPECT_DOUBLE_EQ(r.authorised - r.money, r.refund);
+        EXPECT_EQ(0, LockAndClearDeliveryMT(pos, PumpStatus(pos, c.pump).delivery, CLEAR_CASH));
+    }
+}
