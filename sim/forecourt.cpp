@@ -735,10 +735,12 @@ long CForecourt::RecordDelivery(CSimPump& p, short hoseNumber, const CAuth& auth
 
 // An externally controlled delivery: recorded as running, without simulated flow, until
 // ExternalEndDelivery reports its figures.
-long CForecourt::ExternalStart(CSimPump& p, short hoseNumber, long reference)
+long CForecourt::ExternalStart(CSimPump& p, short hoseNumber, long reference, long client)
 {
     if (p.disabled)
         return SR_DISABLED;
+    if (p.reserveType != RES_NONE && p.reserveClient != client)
+        return SR_RESERVED_OTHER;
     if (p.runningId)
         return SR_STATE;
     CSimHose* h = HoseOf(p, hoseNumber);
@@ -765,6 +767,8 @@ long CForecourt::Lock(CSimDelivery& d, long client)
         return SR_OK;
     d.lockOwner = client;
     Emit(TSimEvent::Delivery, d.ID(), client);
+    if (CSimPump* p = Pump(d.pumpId))   // the pump record shows the lock owner
+        Notify(*p);
     return SR_OK;
 }
 
@@ -776,6 +780,8 @@ long CForecourt::Unlock(CSimDelivery& d, long client)
         return SR_LOCKED;
     d.lockOwner = 0;
     Emit(TSimEvent::Delivery, d.ID(), client);
+    if (CSimPump* p = Pump(d.pumpId))
+        Notify(*p);
     return SR_OK;
 }
 

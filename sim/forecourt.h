@@ -176,7 +176,7 @@ public:
     // A driver's report of a finished delivery (pump LogDelivery, ExternalEndDelivery).
     long RecordDelivery(CSimPump& p, short hoseNumber, const CAuth& auth, Raw volume, Raw money, Raw price,
                         short level, Raw volumeTotal, Raw moneyTotal, bool totalsGiven);
-    long ExternalStart(CSimPump& p, short hoseNumber, long reference);
+    long ExternalStart(CSimPump& p, short hoseNumber, long reference, long client);
 
     // ---- deliveries ----
     long Lock(CSimDelivery& d, long client);

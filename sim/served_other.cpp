@@ -37,7 +37,7 @@ long CAttendantsIf::Logon(CSimAttendant* a, long key)
         return SR_REFUSED;
     a->loggedOn = true;
     a->authorisations = 0;
-    _fc.Emit(TSimEvent::DBAttendantLogon, a->ID(), key);
+    _fc.Emit(TSimEvent::DBAttendantLogon, a->ID(), a->GetNumber());   // never the PIN
     return SR_OK;
 }
 

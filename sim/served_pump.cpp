@@ -423,7 +423,7 @@ long CPumpsIf::ExternalStartDelivery(CSimPump* p, long hose, long reference)
         return kNoObject;
     if (hose < 1 || hose > 8)
         return SR_BAD_VALUE;
-    return _fc.ExternalStart(*p, static_cast<short>(hose), reference);
+    return _fc.ExternalStart(*p, static_cast<short>(hose), reference, Caller());
 }
 
 // The hose totals a running external delivery ends with are the simulator's own: they advance

@@ -376,3 +376,32 @@ TEST(PrepayAuthorise, RefundsWhatWasNotTakenEvenWhenNothingFlowed)
         EXPECT_EQ(0, LockAndClearDeliveryMT(pos, PumpStatus(pos, c.pump).delivery, CLEAR_CASH));
     }
 }
+
+// Smaller rules: an external start respects another client's reservation, a lock shows in a
+// pump event (the pump record carries the lock owner), and an attendant's logon tells the
+// database clients the attendant's number, never the PIN.
+TEST(ExternalStartDelivery, RespectsReservationsLocksShowAndPinsStayPrivate)
+{
+    Site site(Fast());
+    Session pos(site.sim, 93, 3), db(site.sim, 94, 7);
+    ASSERT_EQ(std::make_tuple(pos.result, db.result), std::make_tuple(0L, 0L));
+    ASSERT_EQ(0, PrepayReserveMT(pos, kPump3));
+    EXPECT_EQ(SR_RESERVED_OTHER, ExternalStartDeliveryMT(db, kPump3, 1, 55));
+    EXPECT_EQ(std::make_tuple(short{PS_RESERVED}, 93L), std::make_tuple(PumpStatus(db, kPump3).state,
+                                                                      PumpStatus(db, kPump3).reserveClient));
+    EXPECT_EQ(0, PrepayCancelMT(pos, kPump3));
+
+    const long delivery = SaleAtPump7(site, pos);
+    Drain(db);
+    ASSERT_EQ(0, LockDeliveryMT(pos, delivery));
+    EXPECT_TRUE(db.WaitFor(1));
+    long pump = 0, attendant = 0, value = 0;
+    EXPECT_EQ(0, GetNextPumpEventMT(db, &pump, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(107, pump);
+
+    ASSERT_EQ(0, AttendantLogonMT(pos, 602, 2345));
+    ASSERT_TRUE(db.WaitFor(11));
+    EXPECT_EQ(0, GetNextDBAttendantLogonEventMT(db, &attendant, &value));
+    EXPECT_EQ(std::make_pair(attendant, value), std::make_pair(602L, 2L));
+}
