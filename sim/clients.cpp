@@ -61,7 +61,9 @@ long CClientsIf::Logon(long clientId, const CStr& name)
         c = new CSimClient(clientId, clientId, name);
         _objects.Add(c);
     }
-    // A logon starts a new session, whatever the number held before.
+    // A logon starts a new session, whatever the number held before: the old one's
+    // reservations and locks go with it.
+    _server.Forecourt().ReleaseClient(clientId);
     c->SetName(name);
     c->sessionId = _server.NewSessionID();
     c->mask = kDefaultEventMask;
@@ -80,17 +82,7 @@ long CClientsIf::Logoff(CSimClient* c)
 {
     if (!c)
         return kNoObject;
-    const long id = c->ID();
-    for (CSimClient* x = _objects.First(); x; x = _objects.Next())
-        if (x == c) {
-            _objects.Delete();
-            break;
-        }
-    if (CLog* log = Trace())
-        log->Log("Client %ld logged off", id);
-    CStr text;
-    text.Format("Client %ld logged off", id);
-    _server.Forecourt().Emit(TSimEvent::Server, -1, SE_CLIENT_LOGOFF, id, text);
+    _server.EndSession(c->ID(), "logged off", false);
     return SR_OK;
 }
 
@@ -172,22 +164,12 @@ long CClientsIf::FireClientEvent(CSimClient* c, long eventId, const CStr& text)
     return SR_OK;
 }
 
-// Every pump's present state, to the asking client alone.
+// The present state, to the asking client alone.
 long CClientsIf::FireEvents(CSimClient* c)
 {
     if (!c)
         return kNoObject;
-    CObjectList<CSimPump, CSimPump>& pumps = _server.Forecourt().Pumps().List();
-    std::vector<long> ids;
-    for (CSimPump* p = pumps.First(); p; p = pumps.Next())
-        ids.push_back(p->ID());
-    for (long id : ids) {
-        CSimEvent e{TSimEvent::Pump, id, 0, 0, CStr(""), {}};
-        if (c->events && (c->mask & EV_PUMP) && !_server.SendTo(*c, e)) {
-            _server.DropUndelivered(c->ID());
-            break;
-        }
-    }
+    _server.Resync(*c);
     return SR_OK;
 }
 

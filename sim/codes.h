@@ -14,7 +14,12 @@ enum TPumpState : short {
     PS_STOPPED = 6,       // temporarily stopped during a delivery
     PS_DISABLED = 7,
     PS_RESERVED = 8,      // reserved by one client for a prepay, pre-authorisation or payment
+    PS_OFFLINE = 9,       // the pump does not respond
+    PS_ERROR = 10,        // the pump's driver reports an error
 };
+
+// Pump error codes (status error code), with the pump's error text.
+enum TPumpError : short { PE_TANK_EMPTY = 3, PE_TANK_BLOCKED = 4, PE_AUTH_TIMEOUT = 5 };
 
 // Reservation kinds (GetStatus value 5).
 enum TReserve : short { RES_NONE = 0, RES_PREPAY = 1, RES_PREAUTH = 2, RES_PAYMENT = 3 };
@@ -49,6 +54,11 @@ enum TSimResult : long {
     SR_CLEARED = 17,          // already cleared
     SR_RUNNING = 18,          // the delivery is still running
     SR_REFUSED = 19,          // credentials or tag refused, attendant not logged on
+    SR_CARD_BLOCKED = 20,     // the card's account is blocked
+    SR_CARD_EXPIRED = 21,
+    SR_CARD_LIMIT = 22,       // the amount exceeds what is left of the card's credit limit
+    SR_OFFLINE = 23,          // the pump is offline or in a driver error
+    SR_READER_FAULT = 24,     // the pump's card reader is out of order
     SR_CLIENT_LIMIT = 55,     // logon refused: as many clients as allowed are logged on
 };
 

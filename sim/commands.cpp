@@ -21,6 +21,9 @@ const char kHelp[] =
     "  drop <client>              close a client's sockets (its session stays)\n"
     "  logoff <client>            end a client's session\n"
     "  tag <pump> <tag>           a tag read at the pump\n"
+    "  offline <pump> | online <pump>   the pump stops responding / responds again\n"
+    "  error <pump> <code>        a driver error at the pump (0 clears it)\n"
+    "  reader <pump> fault|ok     the pump's card reader fails / works again\n"
     "  prompt <pump> <key> <field> <text>   an answer at the pump's terminal\n"
     "  price <grade> <level> <price>        set a grade's price\n"
     "  tank <tank> <litres>       set a tank's volume\n"
@@ -153,9 +156,25 @@ std::string CSimServer::Command(const std::string& line)
         }
         if (!client)
             return "error no session of client " + a + "\n";
-        _clients->Logoff(client);
-        DropClient(n);
+        EndSession(n, "logged off by the operator");
         return "ok logged off client " + a + "\n";
+    }
+    if (cmd == "offline" || cmd == "online" || cmd == "error" || cmd == "reader") {
+        in >> a >> b;
+        CSimPump* p = pumpArg(a);
+        long code = 0;
+        if (!p || (cmd == "error" && !Number(b, &code)) || (cmd == "reader" && b != "fault" && b != "ok"))
+            return "error " + cmd + " <pump>" + (cmd == "error" ? " <code>" : cmd == "reader" ? " fault|ok" : "") + "\n";
+        if (cmd == "reader") {
+            p->readerFault = b == "fault";
+            fc.RaiseLogEvent(LE_DRIVER, p->ID(), 0, p->Name(), CStr(p->readerFault ? "Card reader fault" : "Card reader ok"),
+                             p->readerFault ? 2 : 1);
+        } else if (cmd == "error") {
+            fc.SetFault(*p, static_cast<short>(code));
+        } else {
+            fc.SetOffline(*p, cmd == "offline");
+        }
+        return "ok " + cmd + " pump " + a + " " + CForecourt::StateText(fc.StateOf(*p)) + "\n";
     }
     if (cmd == "tag") {
         in >> a >> b;
@@ -163,6 +182,8 @@ std::string CSimServer::Command(const std::string& line)
         long long tag = 0;
         if (!p || b.empty() || (tag = std::strtoll(b.c_str(), nullptr, 10)) <= 0)
             return "error tag <pump> <tag number>\n";
+        if (p->readerFault)
+            return "error the card reader of pump " + a + " is out of order\n";
         CSimCardRead& r = fc.AddCardRead(p->ID(), 1, tag, CStr(b.c_str()));
         return "ok card read " + std::to_string(r.ID()) + "\n";
     }

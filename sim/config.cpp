@@ -7,6 +7,7 @@
 
 #include "foundation/ini.h"
 #include "sim/forecourt.h"
+#include "sim/records.h"
 #include "sim/served.h"
 
 namespace sim {
@@ -54,6 +55,20 @@ public:
         return CCur::FromDouble(d).Value();
     }
 
+    // A record field: the key's value when the key is there, else the field keeps its own.
+    template <class T>
+    void Read(const std::string& section, const char* key, T& v, bool cur)
+    {
+        if constexpr (std::is_same_v<T, CStr>)
+            v = Str(section, key, static_cast<char*>(v));
+        else if constexpr (std::is_same_v<T, CDate>)
+            v = Date(section, key);
+        else if (cur)
+            v = static_cast<T>(Cur(section, key, CCur::FromRaw(static_cast<Raw>(v)).ToDouble()));
+        else
+            v = static_cast<T>(Long(section, key, static_cast<long>(v)));
+    }
+
     // "YYYY-MM-DD" as a date at midnight; anything else is no date.
     CDate Date(const std::string& section, const char* key)
     {
@@ -71,8 +86,9 @@ private:
 
 std::string Section(const char* kind, int n) { return std::string(kind) + std::to_string(n); }
 
-// Reads [<kind>1], [<kind>2] ... and creates one object per section.
-template <class T, class F>
+// Reads [<kind>1], [<kind>2] ... and creates one object per section: the record's keys,
+// then what `fill` adds (references by number, defaults taken from other fields).
+template <class Rec, class T, class F>
 void ReadAll(CIniReader& ini, const char* kind, long idBase, CObjectList<T, T>& list, F&& fill)
 {
     for (int n = 1; n < 1000; ++n) {
@@ -83,6 +99,7 @@ void ReadAll(CIniReader& ini, const char* kind, long idBase, CObjectList<T, T>& 
         CStr name = ini.Str(s, "Name", s.c_str());
         auto* obj = new T(id, ini.Long(s, "Number", n), name);
         fill(*obj, s);
+        Rec::Load(*obj, ini, s);
         list.Add(obj);
     }
 }
@@ -108,61 +125,43 @@ bool CForecourt::Load(const char* iniPath, std::string* error)
     const std::string server = "Server";
     flowMls = static_cast<long>(ini.Cur(server, "Flow", 0.6) / 10);
     progressMs = ini.Long(server, "ProgressMs", 250);
+    authTimeoutMs = ini.Long(server, "AuthTimeout", 120000);
     nextDeliveryId = ini.Long(server, "FirstDeliveryID", 1001);
     if (flowMls <= 0 || progressMs <= 0 || nextDeliveryId <= 0) {
         *error = "[Server] Flow, ProgressMs and FirstDeliveryID must be positive";
         return false;
     }
 
-    ReadAll(ini, "Product", 800, _products->List(), [&](CSimProduct& p, const std::string& s) {
-        p.code = ini.Str(s, "Code", "");
-        p.type = static_cast<short>(ini.Long(s, "Type", 1));
-        p.density = ini.Cur(s, "Density", 0);
-        p.value7 = ini.Long(s, "Barcode", 0);
-        p.text5 = ini.Str(s, "Unit", "");
-        p.value9 = ini.Cur(s, "TaxRate", 0);
+    ReadAll<ProductRecord>(ini, "Product", 800, _products->List(), [](CSimProduct& p, const std::string&) {
+        p.density = 0;
     });
-    ReadAll(ini, "Grade", 300, _grades->List(), [&](CSimGrade& g, const std::string& s) {
-        g.shortName = ini.Str(s, "ShortName", "");
+    ReadAll<GradeRecord>(ini, "Grade", 300, _grades->List(), [&](CSimGrade& g, const std::string& s) {
         g.productId = IdOfNumber(_products->List(), ini.Long(s, "Product", -1));
         g.price[0] = ini.Cur(s, "Price1", 1.0);
-        g.price[1] = ini.Cur(s, "Price2", CCur::FromRaw(g.price[0]).ToDouble());
+        g.price[1] = g.price[0];
     });
-    ReadAll(ini, "Port", 500, _ports->List(), [&](CSimPort& p, const std::string& s) {
-        p.device = ini.Str(s, "Device", "");
-        p.settings = ini.Str(s, "Settings", "");
-        p.type = static_cast<short>(ini.Long(s, "Type", 1));
-        p.protocol = static_cast<short>(ini.Long(s, "Protocol", 1));
-        p.enabled = static_cast<short>(ini.Long(s, "Enabled", 1));
+    ReadAll<PortRecord>(ini, "Port", 500, _ports->List(), [&](CSimPort& p, const std::string& s) {
         p.panId = std::strtoll(static_cast<char*>(ini.Str(s, "PanID", "0")), nullptr, 0);
         p.channels = ini.Long(s, "Channels", 0);
     });
-    ReadAll(ini, "Tank", 400, _tanks->List(), [&](CSimTank& t, const std::string& s) {
+    ReadAll<TankRecord>(ini, "Tank", 400, _tanks->List(), [&](CSimTank& t, const std::string& s) {
         t.gradeId = IdOfNumber(_grades->List(), ini.Long(s, "Grade", -1));
-        t.capacity = ini.Cur(s, "Capacity", 20000);
-        t.gaugeCapacity = ini.Cur(s, "GaugeCapacity", CCur::FromRaw(t.capacity).ToDouble());
+        t.capacity = t.gaugeCapacity = ini.Cur(s, "Capacity", 20000);
+        t.gaugeNumber = t.GetNumber();
         t.volume = ini.Cur(s, "Volume", 0);
         t.height = ini.Cur(s, "Height", 2500);
         t.waterVolume = ini.Cur(s, "Water", 0);
         t.waterLevel = ini.Cur(s, "WaterLevel", 0);
         t.temperature = ini.Cur(s, "Temperature", 15);
-        t.gaugeNumber = ini.Long(s, "Gauge", t.GetNumber());
         t.portId = IdOfNumber(_ports->List(), ini.Long(s, "Port", -1));
     });
     long hoseNumber = 0;
     std::string bad;
-    ReadAll(ini, "Pump", 100, _pumps->List(), [&](CSimPump& p, const std::string& s) {
+    ReadAll<PumpRecord>(ini, "Pump", 100, _pumps->List(), [&](CSimPump& p, const std::string& s) {
         CPumpConfig& c = p.cfg;
         c.portId = IdOfNumber(_ports->List(), ini.Long(s, "Port", -1));
-        c.address = static_cast<short>(ini.Long(s, "Address", p.GetNumber()));
-        c.protocol = static_cast<short>(ini.Long(s, "Protocol", 1));
-        c.defaultLevel = static_cast<short>(ini.Long(s, "PriceLevel", 1) == 2 ? 2 : 1);
-        c.autoAuthorise = static_cast<short>(ini.Long(s, "AutoAuthorise", 0));
-        c.stackSize = static_cast<short>(ini.Long(s, "StackSize", 2));
+        c.address = static_cast<short>(p.GetNumber());
         c.flow = static_cast<long>(ini.Cur(s, "Flow", 0) / 10);
-        c.prepayAllowed = static_cast<short>(ini.Long(s, "Prepay", 1));
-        c.preauthAllowed = static_cast<short>(ini.Long(s, "Preauth", 1));
-        c.tagAllowed = static_cast<short>(ini.Long(s, "Tags", 1));
         // Hoses=1,3: hose 1 draws from tank 1, hose 2 from tank 3; the grade is the tank's.
         CStr list = ini.Str(s, "Hoses", "1");
         const char* text = static_cast<char*>(list);
@@ -198,45 +197,26 @@ bool CForecourt::Load(const char* iniPath, std::string* error)
         *error = "bad [" + bad + "]";
         return false;
     }
-    ReadAll(ini, "Attendant", 600, _attendants->List(), [&](CSimAttendant& a, const std::string& s) {
-        a.shortName = ini.Str(s, "ShortName", "");
-        a.pin = ini.Str(s, "PIN", "");
-        a.tag = ini.Str(s, "Tag", "");
-        a.role = ini.Str(s, "Role", "");
-        a.level = static_cast<short>(ini.Long(s, "Level", 1));
-        a.enabled = static_cast<short>(ini.Long(s, "Enabled", 1));
-    });
-    ReadAll(ini, "CardClient", 700, _cardClients->List(), [&](CSimCardClient& c, const std::string& s) {
-        c.prefix = ini.Str(s, "Prefix", "");
-        c.cardType = static_cast<short>(ini.Long(s, "Type", 1));
-        c.status = static_cast<short>(ini.Long(s, "Status", 0));
-        c.creditLimit = ini.Cur(s, "Limit", 0);
-        c.balance = ini.Cur(s, "Balance", 0);
-        c.priceLevel = static_cast<short>(ini.Long(s, "PriceLevel", 0));
-        c.expiry = ini.Date(s, "Expiry");
-        c.account = ini.Long(s, "Account", c.GetNumber());
-        c.contact = ini.Str(s, "Contact", "");
-    });
-    ReadAll(ini, "Sensor", 1000, _sensors->List(), [&](CSimSensor& x, const std::string& s) {
+    ReadAll<AttendantRecord>(ini, "Attendant", 600, _attendants->List(), [](CSimAttendant&, const std::string&) {});
+    ReadAll<CardClientRecord>(ini, "CardClient", 700, _cardClients->List(),
+                              [&](CSimCardClient& c, const std::string& s) {
+                                  c.expiry = ini.Date(s, "Expiry");
+                                  c.account = ini.Long(s, "Account", c.GetNumber());
+                              });
+    ReadAll<SensorRecord>(ini, "Sensor", 1000, _sensors->List(), [&](CSimSensor& x, const std::string& s) {
         x.portId = IdOfNumber(_ports->List(), ini.Long(s, "Port", -1));
-        x.type = static_cast<short>(ini.Long(s, "Type", 1));
-        x.address = static_cast<short>(ini.Long(s, "Address", x.GetNumber()));
+        x.address = static_cast<short>(x.GetNumber());
     });
-    ReadAll(ini, "ZigBee", 1100, _zigbees->List(), [&](CSimZigBee& z, const std::string& s) {
-        z.type = static_cast<short>(ini.Long(s, "Type", 1));
-        z.address = ini.Str(s, "Address", "");
-        z.firmware = ini.Str(s, "Firmware", "");
+    ReadAll<ZigBeeRecord>(ini, "ZigBee", 1100, _zigbees->List(), [&](CSimZigBee& z, const std::string& s) {
         z.portId = IdOfNumber(_ports->List(), ini.Long(s, "Port", -1));
     });
-    ReadAll(ini, "SaleItem", 900, _saleItems->List(), [&](CSimSaleItem& x, const std::string& s) {
+    ReadAll<SaleItemRecord>(ini, "SaleItem", 900, _saleItems->List(), [&](CSimSaleItem& x, const std::string& s) {
         x.productId = IdOfNumber(_products->List(), ini.Long(s, "Product", -1));
         x.pumpId = IdOfNumber(_pumps->List(), ini.Long(s, "Pump", -1));
-        x.quantity = static_cast<short>(ini.Long(s, "Quantity", 1));
-        x.price = ini.Cur(s, "Price", 0);
-        x.amount = CCur::FromDouble(CCur::FromRaw(x.price).ToDouble() * x.quantity).Value();
-        x.text[0] = ini.Str(s, "Text", "");
         x.created = Now();
     });
+    for (CSimSaleItem* x = _saleItems->List().First(); x; x = _saleItems->List().Next())
+        x->amount = CCur::FromDouble(CCur::FromRaw(x->price).ToDouble() * x->quantity).Value();
     if (_pumps->GetCount() == 0) {
         *error = std::string(iniPath) + " defines no pumps";
         return false;

@@ -104,6 +104,10 @@ void CForecourt::Emit(TSimEvent kind, long id, long a, long b, const CStr& text,
 
 short CForecourt::StateOf(const CSimPump& p) const
 {
+    if (p.offline)
+        return PS_OFFLINE;
+    if (p.fault)
+        return PS_ERROR;
     if (p.disabled)
         return PS_DISABLED;
     if (p.runningId)
@@ -130,6 +134,8 @@ const char* CForecourt::StateText(short state)
     case PS_STOPPED: return "Stopped";
     case PS_DISABLED: return "Disabled";
     case PS_RESERVED: return "Reserved";
+    case PS_OFFLINE: return "Not responding";
+    case PS_ERROR: return "Error";
     default: return "Unknown";
     }
 }
@@ -281,6 +287,8 @@ std::vector<CSimDelivery*> CForecourt::Unpaid(const CSimPump& p)
 
 long CForecourt::Authorise(CSimPump& p, const CAuth& auth, bool reserved)
 {
+    if (p.offline || p.fault)
+        return SR_OFFLINE;
     if (p.disabled)
         return SR_DISABLED;
     if (p.runningId || p.finished)
@@ -297,6 +305,7 @@ long CForecourt::Authorise(CSimPump& p, const CAuth& auth, bool reserved)
         return SR_STACK_FULL;
     p.auth = auth;
     p.auth.active = true;
+    p.authMs = 0;
     p.errorCode = 0;
     p.errorText = "";
     if (p.nozzle) {
@@ -308,12 +317,12 @@ long CForecourt::Authorise(CSimPump& p, const CAuth& auth, bool reserved)
     return SR_OK;
 }
 
-long CForecourt::CancelAuthorise(CSimPump& p)
+long CForecourt::CancelAuthorise(CSimPump& p, long client)
 {
-    if (p.runningId)
+    if (p.runningId || !p.auth.active)
         return SR_STATE;
-    if (!p.auth.active)
-        return SR_STATE;
+    if (p.reserveType != RES_NONE && client != 0 && client != p.reserveClient)
+        return SR_RESERVED_OTHER;
     p.auth = CAuth();
     Notify(p);
     return SR_OK;
@@ -337,7 +346,7 @@ long CForecourt::ReAuthorise(CSimPump& p)
     return SR_OK;
 }
 
-long CForecourt::Terminate(CSimPump& p)
+long CForecourt::Terminate(CSimPump& p, long client)
 {
     if (p.runningId) {
         if (CSimDelivery* d = Delivery(p.runningId)) {
@@ -345,9 +354,7 @@ long CForecourt::Terminate(CSimPump& p)
             return SR_OK;
         }
     }
-    if (p.auth.active)
-        return CancelAuthorise(p);
-    return SR_STATE;
+    return CancelAuthorise(p, client);
 }
 
 long CForecourt::Reserve(CSimPump& p, short type, long client)
@@ -404,6 +411,48 @@ long CForecourt::StackCurrent(CSimPump& p)
             return SR_OK;
         }
     return SR_NOT_FOUND;
+}
+
+long CForecourt::SetOffline(CSimPump& p, bool offline)
+{
+    p.offline = offline;
+    return SetFault(p, p.fault);
+}
+
+long CForecourt::SetFault(CSimPump& p, short code)
+{
+    p.fault = code;
+    if (code) {
+        p.errorCode = code;
+        p.errorText.Format("Driver error %d", code);
+        RaiseLogEvent(LE_DRIVER, p.ID(), code, p.Name(), p.errorText, 2);
+    }
+    if (p.offline || p.fault) {
+        if (CSimDelivery* d = Delivery(p.runningId))
+            Complete(p, *d);
+        p.auth.active = false;
+    }
+    Notify(p);
+    return SR_OK;
+}
+
+void CForecourt::ReleaseClient(long client)
+{
+    ForEach(_pumps->List(), [&](CSimPump& p) {
+        if (p.reserveClient == client && !p.runningId && !p.auth.active) {
+            p.reserveType = RES_NONE;
+            p.reserveClient = 0;
+            Notify(p);
+        }
+    });
+    ForEach(_deliveries->List(), [&](CSimDelivery& d) {
+        if (d.lockOwner == client && d.state != DS_CLEARED)
+            Unlock(d, client);
+    });
+    ForEach(_saleItems->List(), [&](CSimSaleItem& s) {
+        if (s.lockOwner == client)
+            _saleItems->Unlock(&s, client);
+    });
 }
 
 long CForecourt::AllStop(bool onlyIdle)
@@ -543,6 +592,13 @@ void CForecourt::Advance(long ms)
     if (ms <= 0)
         return;
     ForEach(_pumps->List(), [&](CSimPump& p) {
+        // An authorisation nobody takes expires; a reservation stays with its client.
+        if (p.auth.active && !p.runningId && authTimeoutMs > 0 && (p.authMs += ms) >= authTimeoutMs) {
+            p.auth = CAuth();
+            p.errorCode = PE_AUTH_TIMEOUT;
+            p.errorText = "Authorisation timed out";
+            Notify(p);
+        }
         if (!p.runningId || p.stopped || p.external)
             return;
         CSimDelivery* d = Delivery(p.runningId);
@@ -578,13 +634,16 @@ void CForecourt::Flow(CSimPump& p, CSimDelivery& d, long ms)
             add = 0;
         stop = true;
     }
-    if (CSimTank* t = Tank(d.tankId))
-        if (add >= t->volume) {
-            add = t->volume;
+    if (CSimTank* t = Tank(d.tankId)) {
+        // A tank in alarm, or down to its low level, gives no more fuel.
+        const Raw usable = t->alarms ? 0 : std::max<Raw>(0, t->volume - t->lowLevel);
+        if (add >= usable) {
+            add = usable;
             stop = true;
-            p.errorCode = 3;
-            p.errorText = "Tank empty";
+            p.errorCode = t->volume <= add ? PE_TANK_EMPTY : PE_TANK_BLOCKED;
+            p.errorText = p.errorCode == PE_TANK_EMPTY ? "Tank empty" : "Tank alarm or low level";
         }
+    }
     d.volume += add;
     d.money = Money(d.volume, d.price);
     d.netVolume = d.volume;
@@ -608,7 +667,11 @@ void CForecourt::Complete(CSimPump& p, CSimDelivery& d)
     p.finished = p.nozzle != 0;
     p.reserveType = RES_NONE;   // a reservation ends with the delivery it authorised
     p.reserveClient = 0;
-    if (d.volume == 0) {
+    // Prepaid money not taken is refunded; a prepay is kept even when nothing flowed, so
+    // that the POS settles it.
+    if (d.type == DT_PREPAY && d.authorised > d.money)
+        d.refund = d.authorised - d.money;
+    if (d.volume == 0 && d.type != DT_PREPAY) {
         // Nothing flowed: no delivery is kept, the clients hear of a zero delivery.
         const long id = d.ID();
         const long hoseId = d.hoseId;
@@ -626,8 +689,6 @@ void CForecourt::Complete(CSimPump& p, CSimDelivery& d)
         Notify(p);
         return;
     }
-    if (d.type == DT_PREPAY && d.presetType == PRESET_MONEY && d.authorised > d.money)
-        d.refund = d.authorised - d.money;
     Finish(p, d, nullptr);
 }
 
@@ -644,6 +705,8 @@ void CForecourt::Finish(CSimPump& p, CSimDelivery& d, const Raw* totals)
         d.volAfter = h->volumeTotal;
         d.moneyAfter = h->moneyTotal;
     }
+    if (CSimCardClient* c = CardClient(d.cardClientId))
+        c->balance += d.money;
     Emit(TSimEvent::Delivery, d.ID());
     Emit(TSimEvent::DBLogDelivery, d.ID());
     if (Tank(d.tankId))
@@ -672,10 +735,12 @@ long CForecourt::RecordDelivery(CSimPump& p, short hoseNumber, const CAuth& auth
 
 // An externally controlled delivery: recorded as running, without simulated flow, until
 // ExternalEndDelivery reports its figures.
-long CForecourt::ExternalStart(CSimPump& p, short hoseNumber, long reference)
+long CForecourt::ExternalStart(CSimPump& p, short hoseNumber, long reference, long client)
 {
     if (p.disabled)
         return SR_DISABLED;
+    if (p.reserveType != RES_NONE && p.reserveClient != client)
+        return SR_RESERVED_OTHER;
     if (p.runningId)
         return SR_STATE;
     CSimHose* h = HoseOf(p, hoseNumber);
@@ -702,6 +767,8 @@ long CForecourt::Lock(CSimDelivery& d, long client)
         return SR_OK;
     d.lockOwner = client;
     Emit(TSimEvent::Delivery, d.ID(), client);
+    if (CSimPump* p = Pump(d.pumpId))   // the pump record shows the lock owner
+        Notify(*p);
     return SR_OK;
 }
 
@@ -713,6 +780,8 @@ long CForecourt::Unlock(CSimDelivery& d, long client)
         return SR_LOCKED;
     d.lockOwner = 0;
     Emit(TSimEvent::Delivery, d.ID(), client);
+    if (CSimPump* p = Pump(d.pumpId))
+        Notify(*p);
     return SR_OK;
 }
 
@@ -900,6 +969,30 @@ CSimCardClient* CForecourt::FindCardClient(const CStr& card)
         }
     }
     return best;
+}
+
+long CForecourt::CardAuth(CAuth& a, const CStr& card)
+{
+    CSimCardClient* c = card.Length() ? FindCardClient(card) : CardClient(a.cardClientId);
+    if (!c)
+        return card.Length() ? SR_REFUSED : SR_OK;
+    if (c->status != 0)
+        return SR_CARD_BLOCKED;
+    if (!c->expiry.IsEmpty() && c->expiry.Ticks() < Now().Ticks())
+        return SR_CARD_EXPIRED;
+    a.cardClientId = c->ID();
+    if (a.level == 0 && (c->priceLevel == 1 || c->priceLevel == 2))
+        a.level = c->priceLevel;
+    if (c->creditLimit > 0 && a.presetType != PRESET_VOLUME) {
+        const Raw left = c->creditLimit - c->balance;
+        if (left <= 0 || (a.presetType == PRESET_MONEY && a.presetValue > left))
+            return SR_CARD_LIMIT;
+        if (a.presetType == PRESET_NONE) {   // the pump stops at what is left of the credit
+            a.presetType = PRESET_MONEY;
+            a.presetValue = left;
+        }
+    }
+    return SR_OK;
 }
 
 // A tag authorises when it is an attendant's tag or a card of a known card client.

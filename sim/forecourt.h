@@ -154,21 +154,29 @@ public:
 
     // ---- pump operations behind the pump interface ----
     long Authorise(CSimPump& p, const CAuth& auth, bool reserved);
-    long CancelAuthorise(CSimPump& p);
+    // A reserved authorisation is its client's to cancel (client 0: the forecourt itself).
+    long CancelAuthorise(CSimPump& p, long client = 0);
     long TempStop(CSimPump& p);
     long ReAuthorise(CSimPump& p);
-    long Terminate(CSimPump& p);
+    long Terminate(CSimPump& p, long client = 0);
     long Reserve(CSimPump& p, short type, long client);
     long CancelReserve(CSimPump& p, short type, long client);
     long Disable(CSimPump& p, bool off);
     long StackCurrent(CSimPump& p);
+    // Field faults: the pump stops responding or its driver reports an error (0 clears it);
+    // a running delivery ends with what flowed, an authorisation is withdrawn.
+    long SetOffline(CSimPump& p, bool offline);
+    long SetFault(CSimPump& p, short code);
+    // A session has ended: its reservations not yet authorised and its locks go, with the
+    // events the other clients see.
+    void ReleaseClient(long client);
     long AllStop(bool onlyIdle);
     long AllAuthorise();
     long AllReAuthorise();
     // A driver's report of a finished delivery (pump LogDelivery, ExternalEndDelivery).
     long RecordDelivery(CSimPump& p, short hoseNumber, const CAuth& auth, Raw volume, Raw money, Raw price,
                         short level, Raw volumeTotal, Raw moneyTotal, bool totalsGiven);
-    long ExternalStart(CSimPump& p, short hoseNumber, long reference);
+    long ExternalStart(CSimPump& p, short hoseNumber, long reference, long client);
 
     // ---- deliveries ----
     long Lock(CSimDelivery& d, long client);
@@ -190,6 +198,9 @@ public:
     CSimCardRead& AddCardRead(long pumpId, short reader, long long tag, const CStr& text);
     CSimCardClient* FindCardClient(const CStr& card);
     bool KnownTag(long long tag);
+    // The card rules for an authorisation paid by card: blocked, expired, over the credit
+    // limit; the card client's price level and the rest of its credit as the limit.
+    long CardAuth(CAuth& a, const CStr& card);
 
     CPumpView View(CSimPump& p);
     CDeliveryNames Names(const CSimDelivery& d);
@@ -205,6 +216,7 @@ public:
     // Settings.
     long flowMls = 600;            // litres per second x 1000 of every pump without its own
     long progressMs = 250;         // simulated ms between progress events of a running delivery
+    long authTimeoutMs = 120000;   // simulated ms an authorisation waits for its customer; 0 for ever
     long nextDeliveryId = 1001;
     long nextLogEventId = 1301;
     long nextCardReadId = 1201;

@@ -29,7 +29,9 @@ const char kUsage[] =
     "  --call-port N         call port; 0 picks a free one (default: the INI's, else 0)\n"
     "  --events-port N       events port; 0 picks a free one\n"
     "  --control-port N      control port on 127.0.0.1; 0 picks a free one\n"
-    "  --max-clients N       clients logged on at once (default 16)\n"
+    "  --max-clients N       clients logged on at once (default 64)\n"
+    "  --auth-timeout MS     simulated ms an authorisation waits for its customer; 0 for ever (default 120000)\n"
+    "  --grace MS            how long a session without connections waits for a reconnect (default 30000)\n"
     "  --busy N              answer 54 (busy) to the first N logons\n"
     "  --version TEXT        version string the server reports\n"
     "  --call-timeout MS     how long a write to a client may wait (default 3000)\n"
@@ -71,6 +73,7 @@ void FromIni(sim::CSimSettings& s)
     number("MaxClients", s.maxClients);
     number("Busy", s.busy);
     number("CallTimeout", s.callTimeout);
+    number("SessionGrace", s.graceMs);
     CStr v;
     if (s.version.empty() && ini.GetStr("Version", v) > 0)
         s.version = static_cast<char*>(v);
@@ -128,6 +131,10 @@ int main(int argc, char** argv)
             need(&s.controlPort);
         } else if (a == "--max-clients") {
             need(&s.maxClients);
+        } else if (a == "--auth-timeout") {
+            need(&s.authTimeoutMs);
+        } else if (a == "--grace") {
+            need(&s.graceMs);
         } else if (a == "--busy") {
             need(&s.busy);
         } else if (a == "--call-timeout") {

@@ -72,6 +72,7 @@ struct CSimTank : CSimObject<CSimTank> {
     long gradeId = -1;
     Raw capacity = 0, gaugeCapacity = 0;
     long gaugeNumber = 0, portId = -1;
+    Raw lowLevel = 0;        // deliveries stop when the volume falls to it
     Raw height = 25000000;   // mm x 10000, for the linear level when there is no strapping table
     Raw volume = 0, waterVolume = 0, waterLevel = 0, temperature = 150000;
     short gaugeState = 1, alarms = 0, responding = 1;
@@ -124,6 +125,10 @@ struct CSimPump : CSimObject<CSimPump> {
     bool stopped = false;       // temporary stop of the running delivery
     bool finished = false;      // the delivery ended with the nozzle still lifted
     bool external = false;      // the running delivery is an external controller's: no flow
+    bool offline = false;       // not responding
+    short fault = 0;            // driver error code, 0 none
+    bool readerFault = false;   // the card reader is out of order
+    long authMs = 0;            // how long the authorisation has waited for its customer
     CAuth auth;
     CAuth runningAuth;          // what the running delivery was started with
     short reserveType = RES_NONE;
@@ -240,6 +245,7 @@ struct CSimClient : CSimObject<CSimClient> {
     long mask = kDefaultEventMask;
     bool events = false, db = false;   // registered interfaces 2 and 1
     long calls = 0;
+    long long seenMs = 0;              // last time it had a socket open (wall ms)
 };
 
 #undef KV_SIM_OBJECT

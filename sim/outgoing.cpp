@@ -1,6 +1,8 @@
 // Events going out: which client takes which event, and the one-way calls that carry them
 // on the client's events connection. The calls are the rows of the events and database
 // tables, sent through proxies built from those tables.
+#include <poll.h>
+
 #include "sim/outgoing.h"
 #include "sim/served.h"
 #include "sim/server.h"
@@ -33,6 +35,13 @@ long MaskBit(TSimEvent k)
     }
 }
 
+// An event that carries the object's ID and then its record as Get returns it.
+template <class Rec, class O, class Send>
+long WithRecord(O& o, Send&& send)
+{
+    return std::apply([&](const auto&... v) { return send(o.ID(), v...); }, Rec::Values(o));
+}
+
 int64_t Value(const CSimEvent& e, size_t i) { return i < e.values.size() ? e.values[i] : 0; }
 short Short(const CSimEvent& e, size_t i) { return static_cast<short>(Value(e, i)); }
 long Long(const CSimEvent& e, size_t i) { return static_cast<long>(Value(e, i)); }
@@ -55,11 +64,54 @@ void CSimServer::Emit(const CSimEvent& e)
         all.push_back(c);
     for (CSimClient* c : all)
         if (Wants(*c, e) && EventsSocketOf(c->ID()))
-            (SendTo(*c, e) ? to : drop).push_back(c->ID());
+            (Queue(*c, e) ? to : drop).push_back(c->ID());
     if (watcher)
         watcher->Sent(e, to);
     for (long id : drop)
         DropUndelivered(id);
+}
+
+// A client without an events connection gets nothing now: it resynchronises when it is back.
+bool CSimServer::Queue(CSimClient& c, const CSimEvent& e)
+{
+    if (!EventsSocketOf(c.ID()))
+        return true;
+    _pending[c.ID()].push_back(e);
+    return Flush(c.ID());
+}
+
+bool CSimServer::Flush(long clientId)
+{
+    std::deque<CSimEvent>& q = _pending[clientId];
+    CSimClient* c = Client(clientId);
+    CSocket* s = EventsSocketOf(clientId);
+    while (c && s && !q.empty()) {
+        pollfd p{s->Descriptor(), POLLOUT, 0};
+        if (poll(&p, 1, 0) != 1 || !(p.revents & POLLOUT))
+            break;
+        if (!SendTo(*c, q.front()))
+            return false;
+        q.pop_front();
+    }
+    if (q.size() == 1)
+        _trace->Log("Client %ld falls behind: its events wait in its queue", clientId);
+    return q.size() <= kMaxPending;
+}
+
+void CSimServer::Resync(CSimClient& c)
+{
+    CForecourt& fc = *_forecourt;
+    std::vector<CSimEvent> events;
+    for (CSimPump* p = fc.Pumps().List().First(); p; p = fc.Pumps().List().Next())
+        events.push_back(CSimEvent{TSimEvent::Pump, p->ID(), 0, 0, CStr(""), {}});
+    for (CSimDelivery* d = fc.Deliveries().List().First(); d; d = fc.Deliveries().List().Next())
+        if (d->state != DS_CLEARED)
+            events.push_back(CSimEvent{TSimEvent::Delivery, d->ID(), 0, 0, CStr(""), {}});
+    for (const CSimEvent& e : events)
+        if (Wants(c, e) && !Queue(c, e)) {
+            DropUndelivered(c.ID());
+            return;
+        }
 }
 
 void CSimServer::DropUndelivered(long clientId)
@@ -151,22 +203,13 @@ long CSimServer::Deliver(CSimClient& c, const CSimEvent& e)
         return ev.ClientEvent(e.id, e.a, e.text);
     case TSimEvent::CardRead: {
         CSimCardRead* r = _forecourt->CardReads().FindObjByID(e.id);
-        if (!r)
-            return 0;
-        CSimPump* p = fc.Pump(r->pumpId);
-        return ev.CardReadEvent(r->ID(), r->pumpId, r->Name(), r->cardClientId, r->reader,
-                                p ? p->GetNumber() : -1L, r->tag, r->when);
+        return r ? WithRecord<CardReadRecord>(*r, [&](auto&&... v) { return ev.CardReadEvent(v...); }) : 0;
     }
     case TSimEvent::TermPrompt:
         return ev.KVTermPromptEvent(e.id, static_cast<short>(e.a), static_cast<short>(e.b), e.text);
     case TSimEvent::LogEvent: {
         CSimLogEvent* l = fc.LogEvent(e.id);
-        if (!l)
-            return 0;
-        return ev.LogEventEvent(l->ID(), l->type, l->deviceId, l->code, l->device, l->level, l->state, l->text,
-                                l->raised, l->cleared, l->clearedBy, l->ackedBy, Cur(l->values[0]),
-                                Cur(l->values[1]), Cur(l->values[2]), Cur(l->values[3]), Cur(l->values[4]),
-                                Cur(l->values[5]));
+        return l ? WithRecord<LogEventRecord>(*l, [&](auto&&... v) { return ev.LogEventEvent(v...); }) : 0;
     }
     case TSimEvent::SaleItem: {
         CSimSaleItem* s = fc.SaleItem(e.id);

@@ -5,9 +5,16 @@
 // null when the caller does not want the value.
 #pragma once
 #include <cstdint>
+#include "rpc/process.h"
 #include "rpc/serverif.h"
 #include "sim/forecourt.h"
 #include "sim/objects.h"
+#include "sim/records.h"
+
+// The constructor and ProcessCall of a served interface (defined by KV_SIM_PROCESS_CALL).
+#define KV_SIM_IFACE(Class, Object)               \
+    Class(CForecourt& fc, CProcess* process);     \
+    long ProcessCall(short function, Object* object, CSocket* socket) override;
 
 namespace sim {
 
@@ -19,22 +26,28 @@ public:
     uint16_t InterfaceVersion() const override { return 0; }
     // The objects, for the forecourt's own walks.
     CObjectList<T, T>& List() { return this->_objects; }
+    // The client number of the request being served; 0 for the forecourt itself.
+    long Caller() const { return this->Process() ? this->Process()->CallingClientID() : 0; }
 
 protected:
     CForecourt& _fc;
 };
 
+// An interface whose rows are its record's Get and Set alone.
+#define KV_SIM_RECORD_IFACE(Class, Object, Type, Rec)  \
+    class Class : public CSimIface<Object, Type> {      \
+    public:                                             \
+        KV_SIM_IFACE(Class, Object)                     \
+        KV_SIM_GET(Get, Rec)                            \
+        KV_SIM_SET(Set, Rec)                            \
+    };
+
 class CPumpsIf : public CSimIface<CSimPump, IF_PUMP> {
 public:
-    CPumpsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimPump* pump, CSocket* socket) override;
+    KV_SIM_IFACE(CPumpsIf, CSimPump)
 
-    long Get(CSimPump* p, long* number, CStr* name, short* protocol, short* address, short* level, short* autoAuth,
-             short* stackSize, short* moneyDec, short* volumeDec, short* priceDec, short* digits, long* portId,
-             long* flow, short* prepay, short* preauth, short* tag, short* spare);
-    long Set(long id, long number, const CStr& name, short protocol, short address, short level, short autoAuth,
-             short stackSize, short moneyDec, short volumeDec, short priceDec, short digits, long portId, long flow,
-             short prepay, short preauth, short tag, short spare);
+    KV_SIM_GET(Get, PumpRecord)
+    KV_SIM_SET(Set, PumpRecord)
     long GetHosesCount(CSimPump* p, long* count);
     long GetHoseByNumber(CSimPump* p, long number, long* hoseId);
     long GetStatus(CSimPump* p, short* state, short* hose, long* deliveryId, long* reserveClient, short* reserveType,
@@ -68,14 +81,8 @@ public:
                                  long* tankId, CDate* when, long* presetType, CCur* volBefore, CCur* volAfter,
                                  CCur* moneyBefore, CCur* moneyAfter, CCur* authorised, CCur* refund,
                                  long long* tag, long* clearedBy, long* cardClientId, CCur* presetValue);
-    long GetEx(CSimPump* p, long* number, CStr* name, short* protocol, short* address, short* level,
-               short* autoAuth, short* stackSize, short* moneyDec, short* volumeDec, short* priceDec, short* digits,
-               long* portId, long* flow, short* prepay, short* preauth, short* tag, short* spare, long* zigBeeId,
-               long* sensorId, short* beep, short* leds);
-    long SetEx(long id, long number, const CStr& name, short protocol, short address, short level, short autoAuth,
-               short stackSize, short moneyDec, short volumeDec, short priceDec, short digits, long portId,
-               long flow, short prepay, short preauth, short tag, short spare, long zigBeeId, long sensorId,
-               short beep, short leds);
+    KV_SIM_GET(GetEx, PumpRecord)
+    KV_SIM_SET(SetEx, PumpRecord)
     long LogDriverError(CSimPump* p, long code, const CStr& text);
     long TagReadEvent(CSimPump* p, long long tag, short reader, const CStr& text);
     long KVTermPromptEvent(CSimPump* p, short key, short field, const CStr& text);
@@ -113,11 +120,10 @@ public:
 
 class CHosesIf : public CSimIface<CSimHose, IF_HOSE> {
 public:
-    CHosesIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimHose* hose, CSocket* socket) override;
+    KV_SIM_IFACE(CHosesIf, CSimHose)
 
-    long Get(CSimHose* h, long* number, CStr* name, long* pumpId, long* pumpHoseNumber, long* gradeId, long* tankId);
-    long Set(long id, long number, const CStr& name, long pumpId, long pumpHoseNumber, long gradeId, long tankId);
+    KV_SIM_GET(Get, HoseRecord)
+    KV_SIM_SET(Set, HoseRecord)
     long GetHosesCount(long* count, long pumpId, long gradeId, long tankId);
     long GetHoseByOrdinal(long ordinal, long* id, long pumpId, long gradeId, long tankId);
     long GetTotals(CSimHose* h, CCur* volume, CCur* money, CCur* prevVolume, CCur* prevMoney);
@@ -131,10 +137,9 @@ public:
 
 class CGradesIf : public CSimIface<CSimGrade, IF_GRADE> {
 public:
-    CGradesIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimGrade* grade, CSocket* socket) override;
+    KV_SIM_IFACE(CGradesIf, CSimGrade)
 
-    long Get(CSimGrade* g, long* number, CStr* name, CStr* shortName, long* productId, CCur* price1, CCur* price2);
+    KV_SIM_GET(Get, GradeRecord)
     long Set(long id, long number, const CStr& name, const CStr& shortName, long productId, const CCur& price1,
              const CCur& price2);
     long GetPrice(CSimGrade* g, short level, CCur* price);
@@ -143,13 +148,10 @@ public:
 
 class CTanksIf : public CSimIface<CSimTank, IF_TANK> {
 public:
-    CTanksIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimTank* tank, CSocket* socket) override;
+    KV_SIM_IFACE(CTanksIf, CSimTank)
 
-    long Get(CSimTank* t, long* number, CStr* name, long* gradeId, CCur* capacity, CCur* gaugeCapacity,
-             long* gaugeNumber, long* portId);
-    long Set(long id, long number, const CStr& name, long gradeId, const CCur& capacity, const CCur& gaugeCapacity,
-             long gaugeNumber, long portId);
+    KV_SIM_GET(Get, TankRecord)
+    KV_SIM_SET(Set, TankRecord)
     long GetStatus(CSimTank* t, CCur* level, CCur* waterLevel, CCur* temperature, CCur* gross, CCur* water,
                    CCur* ullage, CCur* net, short* gaugeState, short* alarms, short* responding);
     long Read(CSimTank* t);
@@ -167,13 +169,10 @@ public:
 
 class CPortsIf : public CSimIface<CSimPort, IF_PORT> {
 public:
-    CPortsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimPort* port, CSocket* socket) override;
+    KV_SIM_IFACE(CPortsIf, CSimPort)
 
-    long Get(CSimPort* p, long* number, CStr* name, CStr* device, CStr* settings, short* type, short* protocol,
-             short* enabled);
-    long Set(long id, long number, const CStr& name, const CStr& device, const CStr& settings, short type,
-             short protocol, short enabled);
+    KV_SIM_GET(Get, PortRecord)
+    KV_SIM_SET(Set, PortRecord)
     long LogStatus(CSimPort* p, short state, short lastError, long good, long bad);
     long GetStatus(CSimPort* p, short* state, short* lastError, long* good, long* bad);
     long Reset(CSimPort* p);
@@ -191,31 +190,20 @@ public:
 
 class CDeliveriesIf : public CSimIface<CSimDelivery, IF_DELIVERY> {
 public:
-    CDeliveriesIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimDelivery* delivery, CSocket* socket) override;
+    KV_SIM_IFACE(CDeliveriesIf, CSimDelivery)
 
     long AllCount(long* count);
     long GetAllIDByOrdinal(long ordinal, long* id);
-    long Get(CSimDelivery* d, long* pumpId, short* hose, short* presetType, CCur* presetValue, short* level,
-             CCur* volume, CCur* money, CCur* price, CDate* finished, long* state, long* type, long* lockOwner,
-             long* attendantId);
-    long Set(long id, long pumpId, short hose, short presetType, const CCur& presetValue, short level,
-             const CCur& volume, const CCur& money, const CCur& price, const CDate& finished, long state, long type,
-             long lockOwner, long attendantId);
+    KV_SIM_GET(Get, DeliveryRecord)
+    // Set and SetEx correct a finished delivery's record.
+    template <class... V> long Set(long id, const V&... v);
+    template <class... V> long SetEx(long id, const V&... v) { return Set(id, v...); }
     long Lock(CSimDelivery* d, long client);
     long Unlock(CSimDelivery* d, long client);
     long Clear(CSimDelivery* d, long client, short type);
     long LockAndClear(CSimDelivery* d, long client, short type);
-    long GetEx(CSimDelivery* d, long* pumpId, short* hose, short* presetType, CCur* presetValue, short* level,
-               CCur* volume, CCur* money, CCur* price, CDate* finished, long* state, long* type, long* lockOwner,
-               long* attendantId, CDate* started, CCur* volBefore, CCur* volAfter, CCur* moneyBefore,
-               CCur* moneyAfter, CCur* authorised, CCur* refund, long long* tag, long* reserveClient,
-               long* clearedBy, CCur* netVolume);
-    long SetEx(long id, long pumpId, short hose, short presetType, const CCur& presetValue, short level,
-               const CCur& volume, const CCur& money, const CCur& price, const CDate& finished, long state,
-               long type, long lockOwner, long attendantId, const CDate& started, const CCur& volBefore,
-               const CCur& volAfter, const CCur& moneyBefore, const CCur& moneyAfter, const CCur& authorised,
-               const CCur& refund, long long tag, long reserveClient, long clearedBy, const CCur& netVolume);
+    KV_SIM_GET(GetEx, DeliveryRecord)
+    
     long Count(long* count);
     long GetIDByOrdinal(long ordinal, long* id);
     long AckDBLog(CSimDelivery* d);
@@ -234,9 +222,8 @@ public:
                     long long* cardNumber, CStr* cardClientName, long* cardClientId, long* paymentRef,
                     CStr* paymentText, long long* extTransaction, CStr* extText, CCur* netVolume);
     long GetDuration(CSimDelivery* d, long* seconds);
-    long GetExt(CSimDelivery* d, CStr* e1, CCur* e2, CCur* e3, CStr* e4, CStr* e5, CStr* e6, short* e7);
-    long SetExt(CSimDelivery* d, const CStr& e1, const CCur& e2, const CCur& e3, const CStr& e4, const CStr& e5,
-                const CStr& e6, short e7);
+    KV_SIM_GET(GetExt, DeliveryExtRecord)
+    KV_SIM_SET_OBJECT(SetExt, DeliveryExtRecord)
     long CountFiltered(long* count, long f1, long f2, long f3, long f4, long f5, long f6, long f7, long f8, long f9,
                        long f10, long f11, short f12, short f13, short f14, short f15, long long f16, long f17,
                        long f18, long long f19, long f20, long f21, long long f22, const CDate& from,
@@ -254,64 +241,27 @@ public:
 
 class CAttendantsIf : public CSimIface<CSimAttendant, IF_ATTENDANT> {
 public:
-    CAttendantsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimAttendant* attendant, CSocket* socket) override;
+    KV_SIM_IFACE(CAttendantsIf, CSimAttendant)
 
-    long Get(CSimAttendant* a, long* number, CStr* name, CStr* shortName, CStr* pin, CStr* tag, CStr* role,
-             short* level, short* enabled, short* v9, short* v10, short* v11);
-    long Set(long id, long number, const CStr& name, const CStr& shortName, const CStr& pin, const CStr& tag,
-             const CStr& role, short level, short enabled, short v9, short v10, short v11);
+    KV_SIM_GET(Get, AttendantRecord)
+    KV_SIM_SET(Set, AttendantRecord)
     long Logon(CSimAttendant* a, long key);
     long Logoff(CSimAttendant* a);
     long GetState(CSimAttendant* a, short* loggedOn, short* authorisations);
 };
 
-class CZigBeesIf : public CSimIface<CSimZigBee, IF_ZIGBEE> {
-public:
-    CZigBeesIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimZigBee* device, CSocket* socket) override;
+KV_SIM_RECORD_IFACE(CZigBeesIf, CSimZigBee, IF_ZIGBEE, ZigBeeRecord)
 
-    long Get(CSimZigBee* z, long* number, CStr* name, short* type, CStr* address, CStr* firmware, long* portId);
-    long Set(long id, long number, const CStr& name, short type, const CStr& address, const CStr& firmware,
-             long portId);
-};
+KV_SIM_RECORD_IFACE(CCardClientsIf, CSimCardClient, IF_CARDCLIENT, CardClientRecord)
 
-class CCardClientsIf : public CSimIface<CSimCardClient, IF_CARDCLIENT> {
-public:
-    CCardClientsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimCardClient* client, CSocket* socket) override;
-
-    long Get(CSimCardClient* c, long* number, CStr* name, CStr* prefix, short* cardType, short* status, CStr* t6,
-             CStr* t7, CStr* t8, CStr* t9, short* discount, short* odometer, short* needPin, CCur* creditLimit,
-             short* priceLevel, CDate* expiry, long* account, CStr* contact, CCur* balance, long* flags);
-    long Set(long id, long number, const CStr& name, const CStr& prefix, short cardType, short status,
-             const CStr& t6, const CStr& t7, const CStr& t8, const CStr& t9, short discount, short odometer,
-             short needPin, const CCur& creditLimit, short priceLevel, const CDate& expiry, long account,
-             const CStr& contact, const CCur& balance, long flags);
-};
-
-class CCardReadsIf : public CSimIface<CSimCardRead, IF_CARDREAD> {
-public:
-    CCardReadsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimCardRead* read, CSocket* socket) override;
-
-    long Get(CSimCardRead* r, long* number, CStr* name, long* pumpId, short* reader, long* cardClientId,
-             long long* tag, CDate* when);
-    long Set(long id, long number, const CStr& name, long pumpId, short reader, long cardClientId, long long tag,
-             const CDate& when);
-};
+KV_SIM_RECORD_IFACE(CCardReadsIf, CSimCardRead, IF_CARDREAD, CardReadRecord)
 
 class CLogEventsIf : public CSimIface<CSimLogEvent, IF_LOGEVENT> {
 public:
-    CLogEventsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimLogEvent* event, CSocket* socket) override;
+    KV_SIM_IFACE(CLogEventsIf, CSimLogEvent)
 
-    long Get(CSimLogEvent* e, short* type, long* deviceId, long* code, CStr* device, short* level, short* state,
-             CStr* text, CDate* raised, CDate* cleared, long* clearedBy, long* ackedBy, CCur* v1, CCur* v2,
-             CCur* v3, CCur* v4, CCur* v5, CCur* v6);
-    long Set(long id, short type, long deviceId, long code, const CStr& device, short level, short state,
-             const CStr& text, const CDate& raised, const CDate& cleared, long clearedBy, long ackedBy,
-             const CCur& v1, const CCur& v2, const CCur& v3, const CCur& v4, const CCur& v5, const CCur& v6);
+    KV_SIM_GET(Get, LogEventRecord)
+    KV_SIM_SET(Set, LogEventRecord)
     long ClearEvent(CSimLogEvent* e, long client);
     long AckEvent(CSimLogEvent* e, long client);
     long GetEventsCount(long* count, short type, long deviceId, short level, short state, long code, long client,
@@ -325,13 +275,10 @@ public:
 
 class CSensorsIf : public CSimIface<CSimSensor, IF_SENSOR> {
 public:
-    CSensorsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimSensor* sensor, CSocket* socket) override;
+    KV_SIM_IFACE(CSensorsIf, CSimSensor)
 
-    long Get(CSimSensor* s, long* number, CStr* name, long* portId, short* type, short* address, short* enabled,
-             long* v7, long* v8);
-    long Set(long id, long number, const CStr& name, long portId, short type, short address, short enabled, long v7,
-             long v8);
+    KV_SIM_GET(Get, SensorRecord)
+    KV_SIM_SET(Set, SensorRecord)
     long SetStatus(CSimSensor* s, short status, short alarm);
     long GetStatus(CSimSensor* s, short* status, short* alarm);
     long SetResponding(CSimSensor* s, short responding);
@@ -340,13 +287,10 @@ public:
 
 class CProductsIf : public CSimIface<CSimProduct, IF_PRODUCT> {
 public:
-    CProductsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimProduct* product, CSocket* socket) override;
+    KV_SIM_IFACE(CProductsIf, CSimProduct)
 
-    long Get(CSimProduct* p, long* number, CStr* name, CStr* code, short* type, CStr* t5, CStr* t6, long* v7,
-             CCur* density, CCur* v9, CCur* v10, CCur* v11, long* v12);
-    long Set(long id, long number, const CStr& name, const CStr& code, short type, const CStr& t5, const CStr& t6,
-             long v7, const CCur& density, const CCur& v9, const CCur& v10, const CCur& v11, long v12);
+    KV_SIM_GET(Get, ProductRecord)
+    KV_SIM_SET(Set, ProductRecord)
     long GetProductsCount(long* count, long type, const CStr& name, const CStr& code, const CStr& t5,
                           const CStr& t6, long v7, long v12);
     long GetProductByOrdinal(long ordinal, long* id, long type, const CStr& name, const CStr& code, const CStr& t5,
@@ -358,15 +302,10 @@ public:
 
 class CSaleItemsIf : public CSimIface<CSimSaleItem, IF_SALEITEM> {
 public:
-    CSaleItemsIf(CForecourt& fc, CProcess* process);
-    long ProcessCall(short function, CSimSaleItem* item, CSocket* socket) override;
+    KV_SIM_IFACE(CSaleItemsIf, CSimSaleItem)
 
-    long Get(CSimSaleItem* s, long* number, long* productId, long* pumpId, long* clientNumber, short* quantity,
-             CCur* price, CCur* amount, CDate* created, CDate* cleared, long* lockOwner, long* clearedBy,
-             short* state, short* type, CStr* t1, CStr* t2, CStr* t3, CStr* t4, short* flags);
-    long Set(long id, long number, long productId, long pumpId, long clientNumber, short quantity, const CCur& price,
-             const CCur& amount, const CDate& created, const CDate& cleared, long lockOwner, long clearedBy,
-             short state, short type, const CStr& t1, const CStr& t2, const CStr& t3, const CStr& t4, short flags);
+    KV_SIM_GET(Get, SaleItemRecord)
+    template <class... V> long Set(long id, const V&... v);
     long GetSummary(CSimSaleItem* s, long* number, long* productId, CStr* productName, long long* barcode,
                     long* pumpId, CStr* pumpName, CStr* productCode, long* clientNumber, long* lockOwner,
                     CStr* t1, long* clearedBy, long* deliveryId, CStr* t2, long long* cardNumber, long* cardClientId,

@@ -15,37 +15,6 @@ KV_SIM_PROCESS_CALL(CPortsIf, CSimPort, KV_IPORT_TABLE, "IPort")
 
 // ---------------------------------------------------------------- hoses
 
-long CHosesIf::Get(CSimHose* h, long* number, CStr* name, long* pumpId, long* pumpHoseNumber, long* gradeId,
-                   long* tankId)
-{
-    if (!h)
-        return kNoObject;
-    Put(number, h->GetNumber());
-    Put(name, h->Name());
-    Put(pumpId, h->pumpId);
-    Put(pumpHoseNumber, h->pumpHoseNumber);
-    Put(gradeId, h->gradeId);
-    Put(tankId, h->tankId);
-    return SR_OK;
-}
-
-long CHosesIf::Set(long id, long number, const CStr& name, long pumpId, long pumpHoseNumber, long gradeId,
-                   long tankId)
-{
-    CSimHose* h = _fc.Hose(id);
-    if (!h)
-        return kNoObject;
-    if (pumpHoseNumber < 1 || pumpHoseNumber > 8)
-        return SR_BAD_VALUE;
-    h->SetNumber(number);
-    h->SetName(name);
-    h->pumpId = pumpId;
-    h->pumpHoseNumber = pumpHoseNumber;
-    h->gradeId = gradeId;
-    h->tankId = tankId;
-    return SR_OK;
-}
-
 CSimHose* CHosesIf::Match(long ordinal, long pumpId, long gradeId, long tankId, long* count)
 {
     long n = 0;
@@ -129,37 +98,15 @@ long CHosesIf::SetPrice(CSimHose* h, short level, const CCur& price)
 
 // ---------------------------------------------------------------- grades
 
-long CGradesIf::Get(CSimGrade* g, long* number, CStr* name, CStr* shortName, long* productId, CCur* price1,
-                    CCur* price2)
-{
-    if (!g)
-        return kNoObject;
-    Put(number, g->GetNumber());
-    Put(name, g->Name());
-    Put(shortName, g->shortName);
-    Put(productId, g->productId);
-    Put(price1, g->price[0]);
-    Put(price2, g->price[1]);
-    return SR_OK;
-}
-
 long CGradesIf::Set(long id, long number, const CStr& name, const CStr& shortName, long productId,
                     const CCur& price1, const CCur& price2)
 {
     CSimGrade* g = _fc.Grade(id);
-    if (!g)
-        return kNoObject;
-    if (!Within(price1.Value(), kMaxPrice) || !Within(price2.Value(), kMaxPrice))
-        return SR_BAD_VALUE;
-    g->SetNumber(number);
-    g->SetName(name);
-    g->shortName = shortName;
-    g->productId = productId;
-    if (g->price[0] != price1.Value())
-        _fc.SetGradePrice(*g, 1, price1.Value());
-    if (g->price[1] != price2.Value())
-        _fc.SetGradePrice(*g, 2, price2.Value());
-    return SR_OK;
+    const long r = GradeRecord::Set(g, number, name, shortName, productId, price1, price2);
+    for (short level : {1, 2})
+        if (r == SR_OK && g->price[level - 1] != (level == 1 ? price1 : price2).Value())
+            _fc.SetGradePrice(*g, level, (level == 1 ? price1 : price2).Value());
+    return r;
 }
 
 long CGradesIf::GetPrice(CSimGrade* g, short level, CCur* price)
@@ -185,39 +132,6 @@ long CGradesIf::SetPrice(CSimGrade* g, short level, const CCur& price)
 }
 
 // ---------------------------------------------------------------- tanks
-
-long CTanksIf::Get(CSimTank* t, long* number, CStr* name, long* gradeId, CCur* capacity, CCur* gaugeCapacity,
-                   long* gaugeNumber, long* portId)
-{
-    if (!t)
-        return kNoObject;
-    Put(number, t->GetNumber());
-    Put(name, t->Name());
-    Put(gradeId, t->gradeId);
-    Put(capacity, t->capacity);
-    Put(gaugeCapacity, t->gaugeCapacity);
-    Put(gaugeNumber, t->gaugeNumber);
-    Put(portId, t->portId);
-    return SR_OK;
-}
-
-long CTanksIf::Set(long id, long number, const CStr& name, long gradeId, const CCur& capacity,
-                   const CCur& gaugeCapacity, long gaugeNumber, long portId)
-{
-    CSimTank* t = _fc.Tank(id);
-    if (!t)
-        return kNoObject;
-    if (!Within(capacity.Value(), kMaxAmount) || !Within(gaugeCapacity.Value(), kMaxAmount))
-        return SR_BAD_VALUE;
-    t->SetNumber(number);
-    t->SetName(name);
-    t->gradeId = gradeId;
-    t->capacity = capacity.Value();
-    t->gaugeCapacity = gaugeCapacity.Value();
-    t->gaugeNumber = gaugeNumber;
-    t->portId = portId;
-    return SR_OK;
-}
 
 long CTanksIf::GetStatus(CSimTank* t, CCur* level, CCur* waterLevel, CCur* temperature, CCur* gross, CCur* water,
                          CCur* ullage, CCur* net, short* gaugeState, short* alarms, short* responding)
@@ -350,39 +264,6 @@ long CTanksIf::ClearStrappingTable(CSimTank* t)
 }
 
 // ---------------------------------------------------------------- ports
-
-long CPortsIf::Get(CSimPort* p, long* number, CStr* name, CStr* device, CStr* settings, short* type,
-                   short* protocol, short* enabled)
-{
-    if (!p)
-        return kNoObject;
-    Put(number, p->GetNumber());
-    Put(name, p->Name());
-    Put(device, p->device);
-    Put(settings, p->settings);
-    Put(type, p->type);
-    Put(protocol, p->protocol);
-    Put(enabled, p->enabled);
-    return SR_OK;
-}
-
-long CPortsIf::Set(long id, long number, const CStr& name, const CStr& device, const CStr& settings, short type,
-                   short protocol, short enabled)
-{
-    CSimPort* p = _fc.Port(id);
-    if (!p)
-        return kNoObject;
-    if (type < 1 || type > 3)
-        return SR_BAD_VALUE;
-    p->SetNumber(number);
-    p->SetName(name);
-    p->device = device;
-    p->settings = settings;
-    p->type = type;
-    p->protocol = protocol;
-    p->enabled = enabled;
-    return SR_OK;
-}
 
 long CPortsIf::LogStatus(CSimPort* p, short state, short lastError, long good, long bad)
 {

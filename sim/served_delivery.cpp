@@ -1,6 +1,7 @@
 // The delivery interface: records, locks and clearing, the log acknowledgements and the
 // lists they drive.
 #include "proxies/IDelivery.h"
+#include "rpc/process.h"
 #include "sim/serve_util.h"
 #include "sim/served.h"
 
@@ -112,105 +113,22 @@ long CDeliveriesIf::LockAndClear(CSimDelivery* d, long client, short type)
     return d ? _fc.Clear(*d, client, type, true) : kNoObject;
 }
 
-long CDeliveriesIf::Get(CSimDelivery* d, long* pumpId, short* hose, short* presetType, CCur* presetValue,
-                        short* level, CCur* volume, CCur* money, CCur* price, CDate* finished, long* state,
-                        long* type, long* lockOwner, long* attendantId)
-{
-    return GetEx(d, pumpId, hose, presetType, presetValue, level, volume, money, price, finished, state, type,
-                 lockOwner, attendantId, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                 nullptr, nullptr, nullptr);
-}
-
-long CDeliveriesIf::GetEx(CSimDelivery* d, long* pumpId, short* hose, short* presetType, CCur* presetValue,
-                          short* level, CCur* volume, CCur* money, CCur* price, CDate* finished, long* state,
-                          long* type, long* lockOwner, long* attendantId, CDate* started, CCur* volBefore,
-                          CCur* volAfter, CCur* moneyBefore, CCur* moneyAfter, CCur* authorised, CCur* refund,
-                          long long* tag, long* reserveClient, long* clearedBy, CCur* netVolume)
-{
-    if (!d)
-        return kNoObject;
-    Put(pumpId, d->pumpId);
-    Put(hose, d->hoseNumber);
-    Put(presetType, d->presetType);
-    Put(presetValue, d->presetValue);
-    Put(level, d->priceLevel);
-    Put(volume, d->volume);
-    Put(money, d->money);
-    Put(price, d->price);
-    Put(finished, d->finished);
-    Put(state, d->state);
-    Put(type, d->type);
-    Put(lockOwner, d->lockOwner);
-    Put(attendantId, d->attendantId);
-    Put(started, d->started);
-    Put(volBefore, d->volBefore);
-    Put(volAfter, d->volAfter);
-    Put(moneyBefore, d->moneyBefore);
-    Put(moneyAfter, d->moneyAfter);
-    Put(authorised, d->authorised);
-    Put(refund, d->refund);
-    Put(tag, d->tag);
-    Put(reserveClient, d->reserveClient);
-    Put(clearedBy, d->clearedBy);
-    Put(netVolume, d->netVolume);
-    return SR_OK;
-}
-
-long CDeliveriesIf::Set(long id, long pumpId, short hose, short presetType, const CCur& presetValue, short level,
-                        const CCur& volume, const CCur& money, const CCur& price, const CDate& finished, long state,
-                        long type, long lockOwner, long attendantId)
-{
-    CSimDelivery* d = _fc.Delivery(id);
-    if (!d)
-        return kNoObject;
-    return SetEx(id, pumpId, hose, presetType, presetValue, level, volume, money, price, finished, state, type,
-                 lockOwner, attendantId, d->started, CCur::FromRaw(d->volBefore), CCur::FromRaw(d->volAfter),
-                 CCur::FromRaw(d->moneyBefore), CCur::FromRaw(d->moneyAfter), CCur::FromRaw(d->authorised),
-                 CCur::FromRaw(d->refund), d->tag, d->reserveClient, d->clearedBy, CCur::FromRaw(d->netVolume));
-}
-
-// A correction of a finished delivery's record; a running delivery belongs to its pump.
-long CDeliveriesIf::SetEx(long id, long pumpId, short hose, short presetType, const CCur& presetValue, short level,
-                          const CCur& volume, const CCur& money, const CCur& price, const CDate& finished, long state,
-                          long type, long lockOwner, long attendantId, const CDate& started, const CCur& volBefore,
-                          const CCur& volAfter, const CCur& moneyBefore, const CCur& moneyAfter,
-                          const CCur& authorised, const CCur& refund, long long tag, long reserveClient,
-                          long clearedBy, const CCur& netVolume)
+// A correction of a finished delivery's record, by the lock owner when it is locked; its
+// state, lock and clearing have calls of their own. A running delivery belongs to its pump.
+template <class... V>
+long CDeliveriesIf::Set(long id, const V&... v)
 {
     CSimDelivery* d = _fc.Delivery(id);
     if (!d)
         return kNoObject;
     if (d->state == DS_RUNNING)
         return SR_RUNNING;
-    if (state < DS_COMPLETED || state > DS_CLEARED || lockOwner < 0 || !Within(volume.Value(), kMaxAmount) ||
-        !Within(money.Value(), kMaxAmount) || !Within(price.Value(), kMaxPrice) || !Within(netVolume.Value(), kMaxAmount))
-        return SR_BAD_VALUE;
-    d->pumpId = pumpId;
-    d->hoseNumber = hose;
-    d->presetType = presetType;
-    d->presetValue = presetValue.Value();
-    d->priceLevel = level;
-    d->volume = volume.Value();
-    d->money = money.Value();
-    d->price = price.Value();
-    d->finished = finished;
-    d->state = state;
-    d->type = type;
-    d->lockOwner = lockOwner;
-    d->attendantId = attendantId;
-    d->started = started;
-    d->volBefore = volBefore.Value();
-    d->volAfter = volAfter.Value();
-    d->moneyBefore = moneyBefore.Value();
-    d->moneyAfter = moneyAfter.Value();
-    d->authorised = authorised.Value();
-    d->refund = refund.Value();
-    d->tag = tag;
-    d->reserveClient = reserveClient;
-    d->clearedBy = clearedBy;
-    d->netVolume = netVolume.Value();
-    _fc.Emit(TSimEvent::Delivery, d->ID());
-    return SR_OK;
+    if (d->lockOwner != 0 && d->lockOwner != Process()->CallingClientID())
+        return SR_LOCKED;
+    const long r = DeliveryRecord::Set(d, v...);
+    if (r == SR_OK)
+        _fc.Emit(TSimEvent::Delivery, d->ID(), Process()->CallingClientID());
+    return r;
 }
 
 long CDeliveriesIf::GetSummary(CSimDelivery* d, long* pumpId, long* pumpNumber, long* hoseId, long* gradeId,
@@ -260,35 +178,6 @@ long CDeliveriesIf::GetDuration(CSimDelivery* d, long* seconds)
     const CDate end = d->finished.IsEmpty() ? _fc.Now() : d->finished;
     const uint64_t ticks = end.Ticks() > d->started.Ticks() ? end.Ticks() - d->started.Ticks() : 0;
     Put(seconds, static_cast<long>(ticks / CDate::kTicksPerSecond));
-    return SR_OK;
-}
-
-long CDeliveriesIf::GetExt(CSimDelivery* d, CStr* e1, CCur* e2, CCur* e3, CStr* e4, CStr* e5, CStr* e6, short* e7)
-{
-    if (!d)
-        return kNoObject;
-    Put(e1, d->ext1);
-    Put(e2, d->ext2);
-    Put(e3, d->ext3);
-    Put(e4, d->ext4);
-    Put(e5, d->ext5);
-    Put(e6, d->ext6);
-    Put(e7, d->ext7);
-    return SR_OK;
-}
-
-long CDeliveriesIf::SetExt(CSimDelivery* d, const CStr& e1, const CCur& e2, const CCur& e3, const CStr& e4,
-                           const CStr& e5, const CStr& e6, short e7)
-{
-    if (!d)
-        return kNoObject;
-    d->ext1 = e1;
-    d->ext2 = e2.Value();
-    d->ext3 = e3.Value();
-    d->ext4 = e4;
-    d->ext5 = e5;
-    d->ext6 = e6;
-    d->ext7 = e7;
     return SR_OK;
 }
 

@@ -25,75 +25,6 @@ CAuth Preset(long type, short presetType, const CCur& value, short level, short 
 
 }  // namespace
 
-long CPumpsIf::Get(CSimPump* p, long* number, CStr* name, short* protocol, short* address, short* level,
-                   short* autoAuth, short* stackSize, short* moneyDec, short* volumeDec, short* priceDec,
-                   short* digits, long* portId, long* flow, short* prepay, short* preauth, short* tag, short* spare)
-{
-    return GetEx(p, number, name, protocol, address, level, autoAuth, stackSize, moneyDec, volumeDec, priceDec,
-                 digits, portId, flow, prepay, preauth, tag, spare, nullptr, nullptr, nullptr, nullptr);
-}
-
-long CPumpsIf::GetEx(CSimPump* p, long* number, CStr* name, short* protocol, short* address, short* level,
-                     short* autoAuth, short* stackSize, short* moneyDec, short* volumeDec, short* priceDec,
-                     short* digits, long* portId, long* flow, short* prepay, short* preauth, short* tag,
-                     short* spare, long* zigBeeId, long* sensorId, short* beep, short* leds)
-{
-    if (!p)
-        return kNoObject;
-    const CPumpConfig& c = p->cfg;
-    Put(number, p->GetNumber());
-    Put(name, p->Name());
-    Put(protocol, c.protocol);
-    Put(address, c.address);
-    Put(level, c.defaultLevel);
-    Put(autoAuth, c.autoAuthorise);
-    Put(stackSize, c.stackSize);
-    Put(moneyDec, c.moneyDecimals);
-    Put(volumeDec, c.volumeDecimals);
-    Put(priceDec, c.priceDecimals);
-    Put(digits, c.digits);
-    Put(portId, c.portId);
-    Put(flow, c.flow);
-    Put(prepay, c.prepayAllowed);
-    Put(preauth, c.preauthAllowed);
-    Put(tag, c.tagAllowed);
-    Put(spare, c.spare);
-    Put(zigBeeId, c.zigBeeId);
-    Put(sensorId, c.sensorId);
-    Put(beep, c.beep);
-    Put(leds, c.leds);
-    return SR_OK;
-}
-
-long CPumpsIf::Set(long id, long number, const CStr& name, short protocol, short address, short level,
-                   short autoAuth, short stackSize, short moneyDec, short volumeDec, short priceDec, short digits,
-                   long portId, long flow, short prepay, short preauth, short tag, short spare)
-{
-    CSimPump* p = _fc.Pump(id);
-    if (!p)
-        return kNoObject;
-    return SetEx(id, number, name, protocol, address, level, autoAuth, stackSize, moneyDec, volumeDec, priceDec,
-                 digits, portId, flow, prepay, preauth, tag, spare, p->cfg.zigBeeId, p->cfg.sensorId, p->cfg.beep,
-                 p->cfg.leds);
-}
-
-long CPumpsIf::SetEx(long id, long number, const CStr& name, short protocol, short address, short level,
-                     short autoAuth, short stackSize, short moneyDec, short volumeDec, short priceDec, short digits,
-                     long portId, long flow, short prepay, short preauth, short tag, short spare, long zigBeeId,
-                     long sensorId, short beep, short leds)
-{
-    CSimPump* p = _fc.Pump(id);
-    if (!p)
-        return kNoObject;
-    if (level < 1 || level > 2 || flow < 0 || flow > kMaxFlowMls)
-        return SR_BAD_VALUE;
-    p->SetNumber(number);
-    p->SetName(name);
-    p->cfg = CPumpConfig{protocol, address, level, autoAuth, stackSize, moneyDec, volumeDec, priceDec, digits,
-                         portId, flow, prepay, preauth, tag, spare, zigBeeId, sensorId, beep, leds};
-    return SR_OK;
-}
-
 long CPumpsIf::GetHosesCount(CSimPump* p, long* count)
 {
     if (!p)
@@ -340,11 +271,16 @@ long CPumpsIf::TagAuthorise(CSimPump* p, long long tag, short type, const CCur& 
         return kNoObject;
     if (!p->cfg.tagAllowed)
         return SR_STATE;
+    if (p->readerFault)
+        return SR_READER_FAULT;
     if (!_fc.KnownTag(tag))
         return SR_REFUSED;
     CAuth a = Preset(DT_TAG, type, value, level, hose);
     a.tag = tag;
-    return _fc.Authorise(*p, a, false);
+    CStr card;
+    card.Format("%lld", tag);
+    const long r = _fc.FindCardClient(card) ? _fc.CardAuth(a, card) : SR_OK;
+    return r == SR_OK ? _fc.Authorise(*p, a, false) : r;
 }
 
 long CPumpsIf::Authorise(CSimPump* p)
@@ -352,10 +288,10 @@ long CPumpsIf::Authorise(CSimPump* p)
     return p ? _fc.Authorise(*p, CAuth(), false) : kNoObject;
 }
 
-long CPumpsIf::CancelAuthorise(CSimPump* p) { return p ? _fc.CancelAuthorise(*p) : kNoObject; }
+long CPumpsIf::CancelAuthorise(CSimPump* p) { return p ? _fc.CancelAuthorise(*p, Caller()) : kNoObject; }
 long CPumpsIf::TempStop(CSimPump* p) { return p ? _fc.TempStop(*p) : kNoObject; }
 long CPumpsIf::ReAuthorise(CSimPump* p) { return p ? _fc.ReAuthorise(*p) : kNoObject; }
-long CPumpsIf::TerminateDelivery(CSimPump* p) { return p ? _fc.Terminate(*p) : kNoObject; }
+long CPumpsIf::TerminateDelivery(CSimPump* p) { return p ? _fc.Terminate(*p, Caller()) : kNoObject; }
 long CPumpsIf::StackCurrentDelivery(CSimPump* p) { return p ? _fc.StackCurrent(*p) : kNoObject; }
 long CPumpsIf::DisablePump(CSimPump* p) { return p ? _fc.Disable(*p, true) : kNoObject; }
 long CPumpsIf::EnablePump(CSimPump* p) { return p ? _fc.Disable(*p, false) : kNoObject; }
@@ -473,7 +409,12 @@ long CPumpsIf::PaymentAuthorise(CSimPump* p, long reference, const CStr& text, l
     a.cardNumber = cardNumber;
     a.extTransaction = extTransaction;
     a.price = price.Value();
-    return ReservedAuthorise(_fc, p, RES_PAYMENT, client, a);
+    CStr card;
+    if (cardNumber > 0)
+        card.Format("%lld", cardNumber);
+    const long r = _fc.CardAuth(a, card);
+    // -1 in the client field (the short VFP form) means the calling client.
+    return r == SR_OK ? ReservedAuthorise(_fc, p, RES_PAYMENT, client == -1 ? Caller() : client, a) : r;
 }
 
 long CPumpsIf::ExternalStartDelivery(CSimPump* p, long hose, long reference)
@@ -482,7 +423,7 @@ long CPumpsIf::ExternalStartDelivery(CSimPump* p, long hose, long reference)
         return kNoObject;
     if (hose < 1 || hose > 8)
         return SR_BAD_VALUE;
-    return _fc.ExternalStart(*p, static_cast<short>(hose), reference);
+    return _fc.ExternalStart(*p, static_cast<short>(hose), reference, Caller());
 }
 
 // The hose totals a running external delivery ends with are the simulator's own: they advance

@@ -37,7 +37,8 @@ CSimServer::CSimServer(const CSimSettings& settings, const std::string& logName)
     _clients = new CClientsIf(*this);
     AddInterface(_clients);
     busy = settings.busy > 0 ? settings.busy : 0;
-    maxClients = settings.maxClients > 0 ? settings.maxClients : 16;
+    maxClients = settings.maxClients > 0 ? settings.maxClients : 64;
+    graceMs = settings.graceMs >= 0 ? settings.graceMs : 30000;
     version = settings.version.empty() ? kDefaultVersion : settings.version.c_str();
     _sessionSeed = Mix(static_cast<unsigned long long>(time(nullptr)) ^
                        (static_cast<unsigned long long>(getpid()) << 32));
@@ -64,6 +65,8 @@ bool CSimServer::Load(std::string* error)
         return false;
     if (_settings.flowMls > 0)
         _forecourt->flowMls = _settings.flowMls;
+    if (_settings.authTimeoutMs >= 0)
+        _forecourt->authTimeoutMs = _settings.authTimeoutMs;
 
     CINIFile ini(_workIni.c_str(), "TCPIP", false);
     const char* keys[] = {"Address", "Netmask", "Gateway", "DNS", "HostName"};
@@ -121,6 +124,56 @@ void CSimServer::Step(long waitMs)
             AutoCustomers(ms);
     }
     _control.Poll([this](const std::string& line) { return Command(line); });
+    EndOrphans();
+    std::vector<long> behind, drop;
+    for (auto& [id, q] : _pending)
+        if (!q.empty())
+            behind.push_back(id);
+    for (long id : behind)
+        if (!Flush(id))
+            drop.push_back(id);
+    for (long id : drop)
+        DropUndelivered(id);
+}
+
+namespace {
+long long WallMs()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+}  // namespace
+
+// A session whose sockets are all gone waits graceMs for a reconnect, then ends.
+void CSimServer::EndOrphans()
+{
+    const long long now = WallMs();
+    std::vector<long> gone;
+    for (CSimClient* c = _clients->List().First(); c; c = _clients->List().Next()) {
+        if (c->seenMs == 0 || CallSocketOf(c->ID()) || EventsSocketOf(c->ID()))
+            c->seenMs = now;
+        else if (now - c->seenMs > graceMs)
+            gone.push_back(c->ID());
+    }
+    for (long id : gone)
+        EndSession(id, "did not reconnect");
+}
+
+void CSimServer::EndSession(long clientId, const char* why, bool closeSockets)
+{
+    CObjectList<CSimClient, CSimClient>& list = _clients->List();
+    for (CSimClient* x = list.First(); x; x = list.Next())
+        if (x->ID() == clientId) {
+            list.Delete();
+            break;
+        }
+    _trace->Log("Client %ld session ended: %s", clientId, why);
+    _forecourt->ReleaseClient(clientId);
+    CStr text;
+    text.Format("Client %ld logged off", clientId);
+    _forecourt->Emit(TSimEvent::Server, -1, SE_CLIENT_LOGOFF, clientId, text);
+    if (closeSockets)
+        DropClient(clientId);
 }
 
 unsigned long long CSimServer::NewSessionID()
@@ -150,14 +203,18 @@ std::string CSimServer::IniPath(const CStr& file) const
 
 void CSimServer::ClientConnected(long clientId)
 {
-    if (CSimClient* c = Client(clientId))
+    if (CSimClient* c = Client(clientId)) {
         _trace->Log("Client %ld (%s) connected, session %llu", clientId, static_cast<char*>(c->Name()),
                     c->sessionId);
+        if (c->events)   // registered before: this is a reconnect
+            Resync(*c);
+    }
 }
 
 void CSimServer::ClientDisconnected(long clientId)
 {
     _out.erase(clientId);
+    _pending.erase(clientId);
     _trace->Log("Client %ld sockets closed%s", clientId, Client(clientId) ? "; its session waits for a reconnect" : "");
 }
 

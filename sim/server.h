@@ -3,6 +3,7 @@
 // them, advancing simulated time by wall time and taking control commands.
 #pragma once
 #include <chrono>
+#include <deque>
 #include <map>
 #include <memory>
 #include <random>
@@ -31,6 +32,8 @@ struct CSimSettings {
     long maxClients = -1;
     long busy = -1;                  // Logon calls to answer with 54 before serving
     long callTimeout = -1;
+    long graceMs = -1;               // a session without sockets ends after this long (wall ms)
+    long authTimeoutMs = -1;         // -1: the INI's AuthTimeout
     long flowMls = -1;               // flow in ml/s
     double speed = 1.0;              // simulated seconds per wall second
     bool autoCustomers = false;
@@ -133,8 +136,14 @@ public:
     // CSimSink: fans an event out to every client whose registration and mask take it.
     void Emit(const CSimEvent& e) override;
     CEmitWatcher* watcher = nullptr;
-    // Sends one event to one client (FireEvents); false when its socket failed.
+    // Sends one event to one client; false when its socket failed.
     bool SendTo(CSimClient& c, const CSimEvent& e);
+    // What a client needs to resynchronise (after a reconnect, or on FireEvents): every
+    // pump's state and the deliveries not cleared, its mask permitting.
+    void Resync(CSimClient& c);
+    // Events a client's connection cannot take now wait in its queue, up to this many; past
+    // that the client is dropped.
+    static constexpr size_t kMaxPending = 4096;
     // A client whose events connection takes no more: both its sockets go, its session stays.
     void DropUndelivered(long clientId);
 
@@ -150,6 +159,10 @@ public:
     short dhcp = 0;
     std::map<short, CPriceSignElement> priceSigns;
     long watchdogResets = 0;
+    long graceMs = 30000;
+    // Ends a session: its reservations and locks are released and the clients told; its
+    // sockets are closed unless it asked itself (it closes them after the reply).
+    void EndSession(long clientId, const char* why, bool closeSockets = true);
     unsigned long long NewSessionID();
     std::string IniPath(const CStr& file) const;   // "" when the name is not allowed
     const std::string& WorkIni() const { return _workIni; }
@@ -157,8 +170,13 @@ public:
 private:
     friend class CClientsIf;
     bool Wants(const CSimClient& c, const CSimEvent& e) const;
+    // Sends what waits for the client while its connection takes it; false once it is full past the bound.
+    bool Flush(long clientId);
+    bool Queue(CSimClient& c, const CSimEvent& e);
+    std::map<long, std::deque<CSimEvent>> _pending;
     long Deliver(CSimClient& c, const CSimEvent& e);
     void AutoCustomers(long ms);
+    void EndOrphans();
 
     CSimSettings _settings;
     std::string _workIni;

@@ -166,6 +166,8 @@ CSnapshot TakeSnapshot(CSimServer& server)
         sp.authorised = v.authorised != 0;
         sp.stopped = v.stopped != 0;
         sp.disabled = p->disabled;
+        sp.offline = p->offline;
+        sp.readerFault = p->readerFault;
         sp.autoAuthorise = v.autoAuthorise != 0;
         sp.nozzleUp = v.nozzleUp != 0;
         sp.unpaid = v.unpaid;
@@ -239,6 +241,7 @@ std::string StateJson(const CSnapshot& s)
         j.Num("allowedHose", p.allowedHose).Num("authType", p.deliveryType).Num("presetType", p.presetType);
         j.Dec("presetValue", p.presetValue).Dec("authorisedAmount", p.authorisedAmount);
         j.Num("reserveType", p.reserveType).Num("reserveClient", p.reserveClient).Bool("stopped", p.stopped);
+        j.Bool("offline", p.offline).Bool("readerFault", p.readerFault);
         j.Bool("disabled", p.disabled).Bool("autoAuthorise", p.autoAuthorise).Num("errorCode", p.errorCode);
         j.Str("errorText", p.errorText).Num("deliveryId", p.deliveryId).Num("lockOwner", p.lockOwner);
         j.Num("deliveryState", p.deliveryState).Num("unpaid", p.unpaid).Num("stackSize", p.stackSize);

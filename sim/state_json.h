@@ -26,6 +26,7 @@ struct CSnapPump {
     short state = 0, hose = 0, level = 1, presetType = 0, reserveType = 0, allowedHose = 0, errorCode = 0;
     short unpaid = 0, stackSize = 0, deliveryType = 0;
     bool authorised = false, stopped = false, disabled = false, autoAuthorise = false, nozzleUp = false;
+    bool offline = false, readerFault = false;
     long deliveryId = 0, reserveClient = 0, grade = -1, tank = -1, lockOwner = 0, deliveryState = 0, flowMls = 0;
     int64_t volume = 0, money = 0, price = 0, presetValue = 0, authorisedAmount = 0;
     std::vector<CSnapHose> hoses;
