@@ -46,7 +46,7 @@ constexpr unsigned FAMILY_STATUS = NEED_CONNECTION | MAP_RESULT;             // 
 constexpr unsigned FAMILY_QUEUE = NEED_EVENTS;                               // event queue, no call
 constexpr unsigned FAMILY_UNCHECKED = MAP_RESULT;                            // SetTCPIPConfig, WDReset (null session: 8)
 constexpr unsigned FAMILY_PROCESS = CHECK_MANAGEMENT | NEED_CONNECTION | NEED_EVENTS | MAP_RESULT;  // ProcessEvents
-constexpr unsigned FAMILY_TEST = CHECK_MANAGEMENT | NEED_CONNECTION;         // TestConnection
+constexpr unsigned FAMILY_TEST = NEED_CONNECTION;   // TestConnection: its management check is its own
 
 inline long Admit(CKVCLProcess* p, unsigned need)
 {

@@ -353,8 +353,13 @@ long CKVCLProcess::PingConnection() { return _callSocket->ClientPing(static_cast
 
 long CKVCLProcess::CheckForManagementFtn() { return _callSocket->CheckForManagementFtn(); }
 
+// A broken call connection found by the management check is what this function is there
+// to repair: it goes on to the ping and the reconnect instead of ending there.
 long CKVCLProcess::TestConnection()
 {
+    const long m = CheckForManagementFtn();
+    if (m != OK_RESULT && !IsConnectionResult(m))
+        return m;
     if ((_clientType & CLIENT_EVENTS) && CheckResult(ProcessEvents()) != OK_RESULT)
         return Reconnect();
     if (CheckResult(PingConnection()) == OK_RESULT)

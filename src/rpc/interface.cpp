@@ -1,5 +1,6 @@
 #include "rpc/interface.h"
 
+#include <chrono>
 #include <cstring>
 #include "foundation/log.h"
 #include "rpc/method.h"
@@ -338,8 +339,13 @@ void CInterface::Get()
     if (!_socket)
         throw NOT_OPEN_RESULT;
     CProcess* process = Process();
-    for (;;) {
-        const int event = Using(_socket, [&] { return _socket->WaitForSocketEvent(process ? process->CallTimeout() : 0); });
+    // The reply must come within the call timeout, however many management messages
+    // arrive before it: each wait has what is left of it.
+    using Clock = std::chrono::steady_clock;
+    const long timeout = process ? process->CallTimeout() : 0;
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(timeout > 0 ? timeout : 0);
+    for (long ms = timeout;;) {
+        const int event = Using(_socket, [&] { return _socket->WaitForSocketEvent(ms); });
         switch (event) {
         case CSocket::WAIT_DATA:
             break;
@@ -350,23 +356,28 @@ void CInterface::Get()
         case CSocket::WAIT_OBJECT_EVENT:
             if (process)
                 process->ErrorObjectEvent();
-            continue;
+            break;
         default:
             KV_THROW(CONNECTION_BROKEN);
         }
-        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
-        if (r != 0)
-            KV_THROW(static_cast<TResult>(r));
-        if (_msg->h.function == 0)
-            KV_THROW(BAD_FUNCTION_RESULT);
-        if (!Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); }))
-            return;
-        if (process && !process->Running()) {
-            if (process->LogBrokenConnection())
-                if (CLog* log = Trace())
-                    log->Log("CInterface::Get() CONNECTION_BROKEN");
-            KV_THROW(CONNECTION_BROKEN);
+        if (event == CSocket::WAIT_DATA) {
+            const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
+            if (r != 0)
+                KV_THROW(static_cast<TResult>(r));
+            if (_msg->h.function == 0)
+                KV_THROW(BAD_FUNCTION_RESULT);
+            if (!Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); }))
+                return;
+            if (process && !process->Running()) {
+                if (process->LogBrokenConnection())
+                    if (CLog* log = Trace())
+                        log->Log("CInterface::Get() CONNECTION_BROKEN");
+                KV_THROW(CONNECTION_BROKEN);
+            }
         }
+        ms = static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count());
+        if (ms <= 0)
+            KV_THROW(TIMEOUT_RESULT);
     }
 }
 
@@ -416,33 +427,36 @@ void CClientInterface::InitUnpack()
 }
 
 // Reads what is already waiting before a new request goes out: late replies of abandoned
-// calls are dropped, management messages are handled. Bounded, so a peer that floods the
-// socket cannot hold the caller here. True when something was read over the current message.
-bool CClientInterface::DrainStale()
+// calls are dropped, management messages are handled. The request stays untouched in the
+// current message: what is drained goes into a buffer of its own. Only what was waiting
+// when the drain began is read, so a peer that keeps sending cannot hold the caller here.
+void CClientInterface::DrainStale()
 {
-    constexpr int kMaxDrained = 256;
+    // A SHUTDOWN found by the management check may log the session off, which unbinds
+    // this interface: the socket is kept for the rest of the drain.
+    CSocket* const socket = _socket;
     CProcess* process = Process();
-    int drained = 0;
-    for (; drained < kMaxDrained; ++drained) {
-        const int r = Using(_socket, [&] { return _socket->ReadMsg(_msg); });
+    CSocket::CWaiting waiting(*socket);
+    TIMsg stale;
+    do {
+        const int r = Using(socket, [&] { return socket->ReadMsg(&stale); });
         if (r != 0) {
             // Nothing was waiting a moment ago, so the management check would begin by
             // finding nothing too: it is needed only after a failed read.
             if (r != NO_MESSAGE_RESULT)
-                Using(_socket, [&] { return _socket->CheckForManagementFtn(); });
-            Using(_socket, [&] { return _socket->WriteFlush(); });
-            break;
+                Using(socket, [&] { return socket->CheckForManagementFtn(); });
+            Using(socket, [&] { return socket->WriteFlush(); });
+            return;
         }
-        if (_msg->h.function == 0) {
+        if (stale.h.function == 0) {
             if (CLog* log = Trace())
                 log->Log("invalid ftn ID");
             continue;
         }
-        const bool management = Using(_socket, [&] { return _socket->IsSocketManagementFtn(_msg, CALL_PORT); });
+        const bool management = Using(socket, [&] { return socket->IsSocketManagementFtn(&stale, CALL_PORT); });
         if (management && process && !process->Running())
             KV_THROW(CONNECTION_BROKEN);
-    }
-    return drained > 0;
+    } while (waiting.More());
 }
 
 namespace {
@@ -480,8 +494,8 @@ void CClientInterface::Call()
         try {
             if (!_socket)
                 throw NOT_OPEN_RESULT;
-            if (!oneWay && DrainStale())
-                CopyMsg(_msg, &_request);
+            if (!oneWay)
+                DrainStale();
             Send();
             if (oneWay)
                 return;

@@ -154,7 +154,7 @@ public:
     long SetName(long id, const CStr& name);
 
 private:
-    bool DrainStale();
+    void DrainStale();
 
     // The request as sent: the reply (or a management message) is read over the current
     // message, and a retry after a reconnect must send the same bytes again.

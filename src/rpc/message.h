@@ -36,6 +36,13 @@ enum TResult : int {
     RESERVED_24_RESULT = -24,          // a DISCONNECT was read while serving
 };
 
+// The codes of a lost or unusable connection (the session reports them as -14).
+inline bool IsConnectionResult(long r)
+{
+    return r == RESERVED_24_RESULT || r == NOT_OPEN_RESULT || r == SHORT_WRITE_RESULT || r == SHORT_READ_RESULT ||
+           r == CONNECTION_BROKEN || r == TIMEOUT_RESULT;
+}
+
 // Value tags of the data area.
 enum TTag : uint8_t {
     TAG_CHAR = 0, TAG_PCHAR = 1,
@@ -76,6 +83,16 @@ struct TIMsg {
 #pragma pack(pop)
 static_assert(sizeof(TIMsgHeader) == kMsgHeaderSize);
 static_assert(sizeof(TIMsg) == kMsgHeaderSize + kMsgDataSize);
+
+// A request refused with code becomes its answer: the reply's ends are the request's
+// swapped, the code is its result and nothing follows the header.
+inline void AnswerRefused(TIMsg* m, TIMsgHeader request, int code)
+{
+    m->h.source = request.destination;
+    m->h.destination = request.source;
+    m->h.result = static_cast<int16_t>(code);
+    m->h.length = 0;
+}
 
 // Management codes carried in byte 2 of a function-1 message.
 enum TManagementFtn : uint8_t {

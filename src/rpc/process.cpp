@@ -17,8 +17,6 @@ constexpr long kReconnectPauseUs = 500000;
 constexpr int kLogPathTries = 100;
 constexpr int kLogPathGoodTries = 10;
 constexpr long kLogPathPauseUs = 100000;
-// ProcessEvents serves at most this many messages per call, so a flood cannot hold the caller.
-constexpr int kMaxEventsPerCall = 256;
 
 unsigned short PortValue(const CStr& text) {
     long v = static_cast<long>(text);
@@ -199,7 +197,10 @@ long CProcess::ServeMsg(TIMsg* msg, CSocket* socket, TPort port) {
         _trace->Log("invalid ftn ID");
         return 0;
     }
-    if (socket->IsSocketManagementFtn(msg, port)) return CSocket::IsSocketDisconnectedFtn(msg) ? RESERVED_24_RESULT : 0;
+    if (function == 1) {   // management: never a call, whatever the check makes of it
+        socket->IsSocketManagementFtn(msg, port);
+        return CSocket::IsSocketDisconnectedFtn(msg) ? RESERVED_24_RESULT : 0;
+    }
 
     bool oneWay = msg->h.flag != 0;
     long r = ProcessMsg(msg, socket);
@@ -241,14 +242,7 @@ long CProcess::ProcessMsg(TIMsg* msg, CSocket* socket) {
         r = handler->ProcessMsg(msg, socket);
     } catch (TResult& code) {
         r = code;
-        // Answer the caller with the failure rather than with its own request.
-        if (msg->h.result == 0) {
-            uint32_t source = msg->h.source;
-            msg->h.source = msg->h.destination;
-            msg->h.destination = source;
-            msg->h.result = static_cast<int16_t>(code);
-            msg->h.length = 0;
-        }
+        AnswerRefused(msg, msg->h, code);
     }
     _served = outer;
     return r;
@@ -452,9 +446,12 @@ void CClientProcess::MainLoopInner() {
     _exited = 1;
 }
 
+// Serves what was waiting when the first message was read. A call that is refused or
+// fails has been answered and logged; only a lost connection ends the serving early.
 long CClientProcess::ProcessEvents() {
     if (!_eventsSocket->IsOpen()) return CONNECTION_BROKEN;
-    for (int i = 0; i < kMaxEventsPerCall; ++i) {
+    CSocket::CWaiting waiting(*_eventsSocket);
+    do {
         int outcome = _eventsSocket->WaitForSocketEvent(0);
         if (outcome == CSocket::WAIT_TIMEOUT || outcome == CSocket::WAIT_NOT_SYNCHRONOUS) return 0;
         if (outcome != CSocket::WAIT_DATA) return CONNECTION_BROKEN;
@@ -464,7 +461,7 @@ long CClientProcess::ProcessEvents() {
             _eventsSocket->Close();
             return r;
         }
-        if (r != 0) return r;
-    }
+        if (IsConnectionResult(r)) return r;
+    } while (waiting.More());
     return 0;
 }

@@ -70,8 +70,8 @@ public:
 
     // Checks and dispatches one request, leaving the reply in msg. An unknown object is
     // answered with -7 in the result field and nothing else changed (returns 0: it is an
-    // answer, not a failure). A request that fails its checks or its unpacking gets the
-    // code in its result field and is otherwise left as it is; the code is returned.
+    // answer, not a failure). A request that is refused (its checks, its unpacking, an
+    // unknown function) is answered with the code and no values; the code is returned.
     long ProcessMsg(TIMsg* msg, CSocket* socket) override;
     void InitUnpack();                                       // the request checks
 
@@ -265,6 +265,7 @@ long CServerInterface<T>::ProcessMsg(TIMsg* msg, CSocket* socket)
             object->SetLastAddressed(CTimer::Ticks());
     }
     msg->h.result = 0;
+    const TIMsgHeader request = msg->h;
     try {
         Generic generic(*this);
         long r;
@@ -272,7 +273,7 @@ long CServerInterface<T>::ProcessMsg(TIMsg* msg, CSocket* socket)
             return r;
         return ProcessCall(msg->h.function, object, socket);
     } catch (TResult r) {
-        msg->h.result = static_cast<int16_t>(r);
+        AnswerRefused(msg, request, r);
         return r;
     }
 }

@@ -146,7 +146,9 @@ int CServerProcess::ServeSocket(CSocket* s, TPort port) {
         if (port == EVENTS_PORT) {
             // Clients only answer on their events socket; a reply arriving outside a call
             // of ours is late and is dropped.
-            if (!s->IsSocketManagementFtn(&msg, EVENTS_PORT))
+            if (msg.h.function == 1)
+                s->IsSocketManagementFtn(&msg, EVENTS_PORT);
+            else
                 _trace->Log(3, "Late reply dropped: function %d on interface %d", msg.h.function, msg.h.type);
             continue;
         }

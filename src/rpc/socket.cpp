@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -24,27 +25,30 @@ namespace {
 const char kFile[] = "Socket";
 constexpr int kConnectWaitMs = 3000;
 constexpr int kReadPauseMs = 50;
-constexpr int kReadPasses = 20;
+// A read gives up once its pauses add up to 20 of 50 ms, however often bytes trickle in.
+constexpr long kReadStallMs = 20 * kReadPauseMs;
 constexpr int kClientPingTries = 3;
 constexpr int kClientPingWaitMs = 3000;
 constexpr int kServerPingPasses = 51;
-// A peer that keeps sending is still served in bounded slices.
-constexpr int kMaxManagementBurst = 256;
 
 int PollMs(long ms) {
     if (ms < 0) return 0;
     return ms > INT_MAX ? INT_MAX : static_cast<int>(ms);
 }
 
-// poll() rather than select(): no FD_SETSIZE limit on the descriptor number.
+// poll() rather than select(): no FD_SETSIZE limit on the descriptor number. A signal
+// ends the wait as a failure (-1, EINTR): a wait restarted with its whole time-out would
+// never end while a periodic signal keeps coming.
 int PollOne(int fd, short events, long ms, short* revents) {
     pollfd p{fd, events, 0};
-    int r;
-    do {
-        r = poll(&p, 1, PollMs(ms));
-    } while (r < 0 && errno == EINTR);
+    int r = poll(&p, 1, PollMs(ms));
     *revents = p.revents;
     return r;
+}
+
+long NowMs() {
+    using namespace std::chrono;
+    return static_cast<long>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 void BuildManagement(TIMsgHeader* h, uint8_t code, long a, long b) {
@@ -242,6 +246,7 @@ long CSocket::TakeBuffered(char* to, long n) {
     long k = Buffered() < n ? Buffered() : n;
     std::memcpy(to, _rx + _rxBegin, static_cast<size_t>(k));
     _rxBegin += static_cast<int>(k);
+    _rxTaken += static_cast<uint32_t>(k);
     if (_rxBegin == _rxEnd) _rxBegin = _rxEnd = 0;
     return k;
 }
@@ -267,26 +272,30 @@ long CSocket::Read(void* buf, long n, bool wait) {
     char* p = static_cast<char*>(buf);
     long got = TakeBuffered(p, n);
     if (got == n) return n;
-    for (int pass = 1;; ++pass) {
+    long stallEnd = 0;   // set at the first pause
+    for (;;) {
         // The buffer is empty here: a read that is still short has taken all of it.
         long r = Receive();
         if (r > 0) {
             got += TakeBuffered(p + got, n - got);
             if (got == n) return n;
-        } else if (r == 0) {
+            continue;
+        }
+        if (r == 0) {
             errno = ENOTCONN;   // the peer closed the connection
             SaveError(__LINE__, kFile);
             return -1;
-        } else {
-            int e = errno;
-            if (e == ENOTSOCK || e == EBADF || e == ENOTCONN || e == EINTR) return -1;
-            if (e != EAGAIN && e != EWOULDBLOCK) return -2;
-            if (!wait && got == 0) return 0;
-            // A pause of at most 50 ms that ends early when more bytes arrive.
-            short rev = 0;
-            PollOne(_fd, POLLIN, kReadPauseMs, &rev);
         }
-        if (pass >= kReadPasses) return got;
+        int e = errno;
+        if (e == ENOTSOCK || e == EBADF || e == ENOTCONN || e == EINTR) return -1;
+        if (e != EAGAIN && e != EWOULDBLOCK) return -2;
+        if (!wait && got == 0) return 0;
+        long now = NowMs();
+        if (stallEnd == 0) stallEnd = now + kReadStallMs;
+        if (now >= stallEnd) return got;
+        // A pause of at most 50 ms that ends early when more bytes arrive.
+        short rev = 0;
+        PollOne(_fd, POLLIN, stallEnd - now < kReadPauseMs ? stallEnd - now : kReadPauseMs, &rev);
     }
 }
 
@@ -349,7 +358,7 @@ int CSocket::WaitForSocketEvent(long ms, CSocket** which, bool, bool) {
     }
     if (_waitInReceive && ms > 0) {
         int w = WaitByReceiving(ms);
-        if (w != WAIT_FAILED) {
+        if (w >= 0) {
             if (w == WAIT_DATA && which) *which = this;
             return w;
         }
@@ -375,11 +384,12 @@ int CSocket::WaitForSocketEvent(long ms, CSocket** which, bool, bool) {
 
 // The wait of a blocking connection: one receive into the empty buffer that returns when
 // bytes arrive, the peer closes (the read that follows reports it) or the time-out passes.
-// WAIT_FAILED leaves the wait to poll(): an interrupted receive, or no time-out to be had.
+// A signal fails the wait, as it fails poll(). -1 leaves the wait to poll(): no time-out
+// to be had.
 int CSocket::WaitByReceiving(long ms) {
     if (ms != _receiveTimeoutMs) {
         timeval tv{static_cast<time_t>(ms / 1000), static_cast<suseconds_t>(ms % 1000 * 1000)};
-        if (setsockopt(_fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv) < 0) return WAIT_FAILED;
+        if (setsockopt(_fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv) < 0) return -1;
         _receiveTimeoutMs = ms;
     }
     CInUse use(this);
@@ -392,7 +402,10 @@ int CSocket::WaitByReceiving(long ms) {
     }
     if (r == 0) return WAIT_DATA;
     if (errno == EAGAIN || errno == EWOULDBLOCK) return WAIT_TIMEOUT;
-    if (errno == EINTR) return WAIT_FAILED;
+    if (errno == EINTR) {
+        SaveError(__LINE__, kFile);
+        return WAIT_FAILED;
+    }
     return WAIT_DATA;   // as poll() would report an error: the read that follows meets it
 }
 
@@ -406,10 +419,12 @@ int CSocket::ReadMsg(TIMsg* msg) {
     }
     int len = msg->h.length;
     if (len > kMsgDataSize) {
-        // No body can be that long, so nothing after this header can be framed again:
-        // the body is not read, the connection is closed and reported as broken.
-        KV_TRACE(_parent, "Bad message length %d, connection closed.", len);
-        Close();
+        // No body can be that long, so nothing after this header can be framed again: the
+        // connection is shut down and reported as broken. The descriptor stays, so the
+        // socket still counts as open and its users meet -14 and reconnect.
+        KV_TRACE(_parent, "Bad message length %d, connection shut down.", len);
+        _rxBegin = _rxEnd = 0;
+        shutdown(_fd, SHUT_RDWR);
         return CONNECTION_BROKEN;
     }
     if (len > 0) {
@@ -511,17 +526,25 @@ bool CSocket::IsSocketManagementFtn(TIMsg* msg, TPort port) {
         }
         break;
     default:
-        // The process's answer is not needed here: every function-1 message counts as
-        // handled, so it can never be mistaken for a call or a reply.
-        if (process) process->PortManagement(this, port, msg->h.flag, a);
-        break;
+        // The codes the process handles count as handled when it says so.
+        return process && process->PortManagement(this, port, msg->h.flag, a) != 0;
     }
     return true;
 }
 
+bool CSocket::CWaiting::More() {
+    uint32_t taken = _s._rxTaken - _start;
+    if (_limit < 0) {
+        long b = _s.BytesInRxBuff();
+        _limit = taken + (b > 0 ? b : 0);
+    }
+    return taken < static_cast<unsigned long>(_limit);
+}
+
 int CSocket::CheckForManagementFtn() {
     TIMsg msg;
-    for (int i = 0; i < kMaxManagementBurst; ++i) {
+    CWaiting waiting(*this);
+    do {
         int r = ReadMsg(&msg);
         if (r == NO_MESSAGE_RESULT) return 0;
         if (r != 0) return r;
@@ -531,7 +554,7 @@ int CSocket::CheckForManagementFtn() {
             process->ServerLogoff();
             return NO_SESSION_RESULT;
         }
-    }
+    } while (waiting.More());
     return 0;
 }
 

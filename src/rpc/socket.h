@@ -70,6 +70,18 @@ public:
     bool IsSocketManagementFtn(TIMsg* msg, TPort port);
     static bool IsSocketDisconnectedFtn(const TIMsg* msg);
     int CheckForManagementFtn();
+    // What was waiting when the first message of a series was read: a reader that takes
+    // that much and no more is never held by a peer that keeps sending.
+    class CWaiting {
+    public:
+        explicit CWaiting(CSocket& s) : _s(s), _start(s._rxTaken) {}
+        bool More();     // after each message read: true while some of it is left
+
+    private:
+        CSocket& _s;
+        uint32_t _start;
+        long _limit = -1;
+    };
     int Ping(long a, long b);
     int ClientPing(unsigned long clientId);
     int ServerPing(unsigned long id);
@@ -127,6 +139,7 @@ private:
     int _rxBegin = 0;
     int _rxEnd = 0;
     bool _rxDrained = false;
+    uint32_t _rxTaken = 0;   // bytes taken by reads, wrapping
     // An outgoing connection is left blocking once connected, and every read and write
     // that must not wait says so itself: a wait for data is then the receive itself, with
     // the time-out as the receive time-out, and costs no poll().

@@ -55,6 +55,33 @@ using CKVCLProcessReconnect = FakeServerTest;
 using CKVCLProcessCheckResult = FakeServerTest;
 using CKVCLProcessEvents = FakeServerTest;
 using ApiFrameCallPath = FakeServerTest;
+using CKVCLProcessHostileServer = FakeServerTest;
+
+// Raw bytes written by the server on one of the client's sockets.
+void ServerWrites(CFakeServer& server, long client, TPort port, const std::string& bytes) {
+    server.RunOnServer([&](CFakeServer& f) {
+        CSocket* sock = port == CALL_PORT ? f.CallSocketOf(client) : f.EventsSocketOf(client);
+        ASSERT_NE(sock, nullptr);
+        EXPECT_EQ(sock->Write(bytes.data(), static_cast<long>(bytes.size())), static_cast<long>(bytes.size()));
+    });
+}
+
+// Waits until n bytes sent by the server wait on the session's call socket.
+bool Arrived(CKVCLProcess* s, long n) {
+    return WaitUntil([&] { return s->CallSocket()->BytesInRxBuff() >= n; });
+}
+
+std::string Raw(const TIMsgHeader& h, const Bytes& data = {}) {
+    std::string out(reinterpret_cast<const char*>(&h), sizeof h);
+    return out + std::string(data.begin(), data.end());
+}
+
+// A one-way events call of the server to client `client`.
+std::string EventsCall(long client, uint8_t function, const Bytes& data) {
+    TIMsgHeader h = Header(function, 1, 0, static_cast<uint32_t>(client), IF_EVENTS, static_cast<uint16_t>(data.size()));
+    h.object = 0xFFFFFFFF;
+    return Raw(h, data);
+}
 
 class TestEvent : public CEvent {
 public:
@@ -310,4 +337,74 @@ TEST_F(ApiFrameCallPath, CallsWithoutStringsAllocateNothing) {
     for (int i = 0; i < 20; ++i) calls();
     EXPECT_EQ(tAllocations - before, 0);
     ClientLogoffMT(&s);
+}
+
+TEST_F(CKVCLProcessHostileServer, StrayBytesNeverReplaceTheRequest) {
+    Session s(server, 7, 3);
+    ASSERT_EQ(s.result, 0);
+    long n = 0;
+    ASSERT_EQ(GetPumpsCountMT(s, &n), 0);
+    ServerWrites(server, 7, CALL_PORT, std::string(10, '\x55'));   // and then nothing
+    ASSERT_TRUE(Arrived(s, 10));
+    EXPECT_EQ(GetPumpsCountMT(s, &n), 0);
+    // The request went out as built, at the first try.
+    const auto counts = server.CallsTo(IF_PUMP, 5);
+    ASSERT_EQ(counts.size(), 2u);
+    FakeCall expected = counts[0];
+    expected.h.sequence = 2;
+    EXPECT_EQ(counts[1].Bytes(), expected.Bytes());
+    EXPECT_TRUE(server.CallsTo(IF_CLIENT, 36).empty());
+}
+
+TEST_F(CKVCLProcessHostileServer, ManagementCodesTheSessionIgnoresAreTakenForTheReply) {
+    Session s(server, 7, 3);
+    ASSERT_EQ(s.result, 0);
+    const std::pair<uint8_t, long> cases[] = {
+        {MFTN_PING, 0}, {MFTN_CONNECT, -23}, {MFTN_DISCONNECT, -23}, {MFTN_CLOSE, -23}, {9, -23}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.first));
+        // The message arrives just before the reply.
+        server.On(IF_PUMP, 5, [&](const FakeCall&, FakeReply& r) {
+            server.CallSocketOf(7)->ManagementFtn(c.first, 0, 0);
+            r.Long(0, 4);
+        });
+        long n = 0;
+        EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(c.second, c.second ? 0L : 4L));
+        // The real reply comes late and is dropped before the next request.
+        ASSERT_TRUE(c.second == 0 || Arrived(s, 1));
+        server.On(IF_PUMP, 5, [](const FakeCall&, FakeReply& r) { r.Long(0, 5); });
+        EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(0, 5L));
+    }
+}
+
+TEST_F(CKVCLProcessHostileServer, AnUnframeableLengthIsRecoveredFrom) {
+    TIMsgHeader huge = Header(5, 0, 0, 8, IF_PUMP);
+    huge.length = 4000;
+    for (bool test : {false, true}) {
+        SCOPED_TRACE(test ? "TestConnection" : "ProcessEvents, then a call");
+        Session s(server, 8, 3);
+        ASSERT_EQ(s.result, 0);
+        ServerWrites(server, 8, CALL_PORT, Raw(huge));
+        ASSERT_TRUE(Arrived(s, sizeof huge));
+        long n = 0;
+        if (test) {
+            EXPECT_EQ(TestConnectionMT(s), 0);   // reconnected
+        } else {
+            EXPECT_EQ(ProcessEventsMT(s), -14);
+        }
+        EXPECT_EQ(GetPumpsCountMT(s, &n), 0);
+        EXPECT_EQ(TestConnectionMT(s), 0);
+    }
+}
+
+TEST_F(CKVCLProcessHostileServer, ProcessEventsServesAllThatWaitsPastARefusedCall) {
+    Session s(server, 9, 2);
+    ASSERT_EQ(s.result, 0);
+    std::string burst = EventsCall(9, 18, Wire().End());   // no such events call
+    for (int i = 0; i < 300; ++i) burst += EventsCall(9, 15, Wire().L(i).Str("e").End());
+    ServerWrites(server, 9, EVENTS_PORT, burst);
+    ASSERT_TRUE(WaitUntil([&] { return s.s->EventsSocket()->BytesInRxBuff() == static_cast<long>(burst.size()); }));
+    EXPECT_EQ(ProcessEventsMT(s), 0);
+    EXPECT_EQ(EventCount(s), 300);
+    EXPECT_NE(dir.ClientLog(9).find("Call 18 on Interface 2 for Object -1 failed with result -4"), std::string::npos);
 }

@@ -103,7 +103,7 @@ TEST(CServerProcess, HostileInputNeverHoldsTheServer) {
     EXPECT_TRUE(f.Paired(5));
     EXPECT_TRUE(f.server.disconnected.empty());
     std::string log = LogText(f.server);
-    EXPECT_NE(log.find("Bad message length 60000, connection closed."), std::string::npos);
+    EXPECT_NE(log.find("Bad message length 60000, connection shut down."), std::string::npos);
     EXPECT_NE(log.find("Error on hdr read, expecting 24, read 7."), std::string::npos);
 
     // A DISCONNECT closes just that socket; the pair is broken.

@@ -89,8 +89,12 @@ TEST(CServerInterfaceProcessMsg, UnknownObjectAndRequestChecks)
     auto serve = [&](std::function<void(TIMsgHeader&)> spoil) {
         m = request;
         spoil(m.h);
+        const TIMsgHeader sent = m.h;
         const long code = r.server.ProcessMsg(&m, nullptr);
-        return code == m.h.result ? code : 999;   // the code is returned and answered
+        // The code is returned and answered: ends swapped, no values.
+        const bool answered = code == m.h.result && m.h.source == sent.destination &&
+                              m.h.destination == sent.source && m.h.length == 0;
+        return answered ? code : 999;
     };
     EXPECT_EQ(-1, serve([](TIMsgHeader& h) { h.kind = 0, h.version = 3; }));
     EXPECT_EQ(-2, serve([](TIMsgHeader& h) { h.version = 3, h.destination = 6; }));

@@ -103,21 +103,6 @@ TEST(CSocketBuffer, MessagesSharingASegmentOrSplitAcrossSegments) {
     EXPECT_EQ(f.s().WaitForSocketEvent(0), CSocket::WAIT_TIMEOUT);
 }
 
-TEST(CSocketBuffer, StallRuleAppliesToABufferedPartialHeader) {
-    Fixture f;
-    const std::string wire = Wire(Header(13, 0, 7, 0, IF_PUMP), "ab") + std::string(10, '\1');
-    ASSERT_TRUE(WriteAll(f.pair.peer, wire.data(), wire.size()));
-    TIMsg msg;
-    ASSERT_EQ(f.s().ReadMsg(&msg), 0);
-    auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(f.s().ReadMsg(&msg), SHORT_READ_RESULT);
-    const double took = SecondsSince(start);
-    EXPECT_GT(took, 0.8);
-    EXPECT_LT(took, 3.0);
-    EXPECT_NE(LogText(f.process).find("Error on hdr read, expecting 24, read 10."), std::string::npos);
-    EXPECT_EQ(f.s().Buffered(), 0);
-}
-
 TEST(CSocketBuffer, FlushDiscardsBufferedAndWaitingBytesAndCloseForgetsThem) {
     Fixture f;
     const std::string two = Wire(Header(13, 0, 7, 0, IF_PUMP)) + Wire(Header(14, 0, 7, 0, IF_PUMP), "12345");

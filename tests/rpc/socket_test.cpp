@@ -55,32 +55,35 @@ TEST(CSocketFraming, WholeMessagesAndEndOfStream) {
     EXPECT_EQ(f.s().ReadMsg(&msg), CONNECTION_BROKEN);
 }
 
-namespace {
-
-// Writes the bytes, then nothing more: ReadMsg gives up after about a second.
-void ExpectStall(const std::string& wire, const char* logLine) {
-    Fixture f;
-    ASSERT_TRUE(WriteAll(f.pair.peer, wire.data(), wire.size()));
-    TIMsg msg;
-    auto start = Clock::now();
-    EXPECT_EQ(f.s().ReadMsg(&msg), SHORT_READ_RESULT);
-    double took = SecondsSince(start);
-    EXPECT_GT(took, 0.8);
-    EXPECT_LT(took, 3.0);
-    EXPECT_NE(f.Log().find(logLine), std::string::npos);
-}
-
-}  // namespace
-
-TEST(CSocketFraming, HeaderStallGivesShortReadAfterAboutASecond) {
-    ExpectStall(std::string(10, '\1'), "Error on hdr read, expecting 24, read 10.");
-}
-
-TEST(CSocketFraming, BodyStallGivesShortReadAfterAboutASecond) {
-    TIMsgHeader h = Header(13, 0, 7, 0, IF_PUMP, 100);
-    std::string wire(reinterpret_cast<char*>(&h), sizeof h);
-    // The expected count printed is the header size, not the body length.
-    ExpectStall(wire + std::string(10, '\0'), "Error on body read, expecting 24, read 10.");
+// Bytes that stop part-way through a header or a body, also after a whole message that
+// came in the same segment: ReadMsg gives up after about a second, with its log line.
+TEST(CSocketFraming, StallGivesShortReadAfterAboutASecond) {
+    TIMsgHeader whole = Header(13, 0, 7, 0, IF_PUMP, 2), body = Header(13, 0, 7, 0, IF_PUMP, 100);
+    const std::string first = std::string(reinterpret_cast<char*>(&whole), sizeof whole) + "ab";
+    const struct {
+        std::string wire;
+        bool afterMessage;
+        const char* log;   // the expected count printed is the header size, not the body length
+    } cases[] = {{std::string(10, '\1'), false, "Error on hdr read, expecting 24, read 10."},
+                 {std::string(reinterpret_cast<char*>(&body), sizeof body) + std::string(10, '\0'), false,
+                  "Error on body read, expecting 24, read 10."},
+                 {first + std::string(10, '\1'), true, "Error on hdr read, expecting 24, read 10."}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.log);
+        Fixture f;
+        ASSERT_TRUE(WriteAll(f.pair.peer, c.wire.data(), c.wire.size()));
+        TIMsg msg;
+        if (c.afterMessage) {
+            ASSERT_EQ(f.s().ReadMsg(&msg), 0);
+        }
+        auto start = Clock::now();
+        EXPECT_EQ(f.s().ReadMsg(&msg), SHORT_READ_RESULT);
+        double took = SecondsSince(start);
+        EXPECT_GT(took, 0.8);
+        EXPECT_LT(took, 3.0);
+        EXPECT_NE(f.Log().find(c.log), std::string::npos);
+        EXPECT_EQ(f.s().Buffered(), 0);
+    }
 }
 
 TEST(CSocketFraming, OversizedLengthNeverOverrunsAndBreaksTheConnection) {
@@ -98,7 +101,10 @@ TEST(CSocketFraming, OversizedLengthNeverOverrunsAndBreaksTheConnection) {
     ASSERT_TRUE(WriteAll(f.pair.peer, wire.data(), wire.size()));
 
     EXPECT_EQ(f.s().ReadMsg(&target.msg), CONNECTION_BROKEN);
-    EXPECT_FALSE(f.s().IsOpen());
+    // Shut down but still open: whoever uses it next meets the break and reconnects.
+    EXPECT_TRUE(f.s().IsOpen());
+    EXPECT_EQ(f.s().ReadMsg(&target.msg), CONNECTION_BROKEN);
+    EXPECT_EQ(f.s().Write("x", 1), -1);
     for (unsigned char b : target.msg.data) ASSERT_EQ(b, 0x5A);
     for (unsigned char b : target.guard) ASSERT_EQ(b, 0x5A);
     EXPECT_NE(f.Log().find("Bad message length 3000"), std::string::npos);
