@@ -41,11 +41,7 @@ TEST(CDate, ConstructionAndConversion)
     EXPECT_EQ(static_cast<uint32_t>(CDate().ToDATE()), 0xC9191ACAu);
 
     struct tm parts = {};
-    parts.tm_year = 100;
-    parts.tm_mon = 5;
-    parts.tm_mday = 15;
-    parts.tm_hour = 12;
-    parts.tm_isdst = -1;
+    parts.tm_year = 100, parts.tm_mon = 5, parts.tm_mday = 15, parts.tm_hour = 12, parts.tm_isdst = -1;
     struct tm copy = parts;
     CDate fromTm(&parts);
     EXPECT_EQ(fromTm.ToDATE(), mktime(&copy));
@@ -156,12 +152,11 @@ TEST(CCurWire, AsciiAndBcd)
 
 TEST(CCurFormat, FixedTwentyCharacterField)
 {
-    EXPECT_EQ(WideField(CCur()), L"              0.0000");
-    EXPECT_EQ(WideField(Cur(1234.5)), L"           1234.5000");
-    EXPECT_EQ(WideField(Cur(-0.5)), L"             -0.5000");
-    EXPECT_EQ(WideField(CCur::FromRaw(-1)), L"             -0.0001");
-    EXPECT_EQ(WideField(CCur::FromRaw(INT64_MAX)), L"922337203685477.5807");
-    EXPECT_EQ(WideField(CCur::FromRaw(INT64_MIN)), L"-22337203685477.5808");
+    for (const auto& [value, field] : {std::pair{CCur(), L"              0.0000"}, {Cur(1234.5), L"           1234.5000"},
+                                       {Cur(-0.5), L"             -0.5000"}, {CCur::FromRaw(-1), L"             -0.0001"},
+                                       {CCur::FromRaw(INT64_MAX), L"922337203685477.5807"},
+                                       {CCur::FromRaw(INT64_MIN), L"-22337203685477.5808"}})
+        EXPECT_EQ(WideField(value), field) << value.Value();
     EXPECT_STREQ(Cur(-42.1).Format(), "            -42.1000");
     EXPECT_EQ(CCur().Format(), Cur(1).Format());  // one shared buffer
 }

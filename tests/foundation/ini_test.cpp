@@ -6,6 +6,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "foundation/ini.h"
 #include "rpc/net_fixture.h"
@@ -129,18 +130,16 @@ TEST(CINIFile, PutValueEditsInPlace)
                               "[C]\r\nz=3\r\nw=\r\nu=\r\n");
     EXPECT_EQ(Get(ini, "new"), "short");
 
-    // A new key whose name prefixes an existing one lands in front of it.
-    WriteFile(path, "[Log]\r\nFileName=a\r\n");
-    ini.SetSection("Log");
-    ini.PutValue("File", CStr("b"));
-    EXPECT_EQ(ReadFile(path), "[Log]\r\nFile=b\r\n\r\nFileName=a\r\n");
-    EXPECT_EQ(Get(ini, "File"), "b");
-
-    // A last line without a line end is closed before the new key.
-    WriteFile(path, "[S]");
-    ini.SetSection("S");
-    ini.PutValue("k", CStr("v"));
-    EXPECT_EQ(ReadFile(path), "[S]\r\nk=v\r\n");
+    // A new key whose name prefixes an existing one lands in front of it; a last line
+    // without a line end is closed before the new key.
+    for (const auto& [before, section, key, after] :
+         {std::tuple{"[Log]\r\nFileName=a\r\n", "Log", "File", "[Log]\r\nFile=b\r\n\r\nFileName=a\r\n"},
+          {"[S]", "S", "k", "[S]\r\nk=b\r\n"}}) {
+        WriteFile(path, before);
+        ini.SetSection(section);
+        ini.PutValue(key, CStr("b"));
+        EXPECT_EQ(std::make_pair(ReadFile(path), Get(ini, key)), std::make_pair(std::string(after), std::string("b")));
+    }
 }
 
 TEST(CINIFile, SequentialWritingAndSectionEnumeration)

@@ -40,18 +40,6 @@ std::map<std::string, Bytes> LoadExamples()
     return out;
 }
 
-std::string Hex(const Bytes& b)
-{
-    std::string s;
-    char buf[4];
-    for (size_t k = 0; k < b.size(); ++k) {
-        std::snprintf(buf, sizeof buf, "%02x", b[k]);
-        s += buf;
-        s += (k % 24 == 23 || k + 1 == b.size()) ? "\n" : " ";
-    }
-    return s;
-}
-
 Bytes Wire(const TIMsg& m)
 {
     const auto* p = reinterpret_cast<const uint8_t*>(&m);
@@ -105,7 +93,7 @@ TEST_F(ProtocolExamples, EveryExampleIsChecked)
     EXPECT_EQ(kChecked, names);
 }
 
-#define EXPECT_EXAMPLE(name, bytes) EXPECT_EQ(Example(name), bytes) << "written:\n" << Hex(bytes)
+#define EXPECT_EXAMPLE(name, bytes) EXPECT_EQ(Example(name), bytes)
 
 TEST_F(ProtocolExamples, RequestAndReplyWithAFixedPointValue)
 {

@@ -19,11 +19,12 @@ COMMANDS = ["pumps", "status", "authorise", "stop", "resume", "deliveries", "loc
             "tanks", "set-price", "clients", "version", "watch"]
 
 
-def kvcli(kvsim, *args, check=True, client=None):
-    cmd = [KVCLI, "--call-port", str(kvsim.call), "--events-port", str(kvsim.events)]
-    if client:
-        cmd += ["--client", str(client)]
-    r = subprocess.run(cmd + list(args), capture_output=True, text=True, timeout=30)
+def command(kvsim, *args):
+    return [KVCLI, "--call-port", str(kvsim.call), "--events-port", str(kvsim.events), *args]
+
+
+def kvcli(kvsim, *args, check=True):
+    r = subprocess.run(command(kvsim, *args), capture_output=True, text=True, timeout=30)
     if check:
         assert r.returncode == 0, r.stderr
     return r
@@ -125,9 +126,7 @@ def test_help_of_every_command(command):
 
 
 def test_watch_follows_events_and_leaves_on_ctrl_c(kvsim):
-    cmd = [KVCLI, "--call-port", str(kvsim.call), "--events-port", str(kvsim.events), "--json",
-           "watch"]
-    w = subprocess.Popen(cmd, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    w = subprocess.Popen(command(kvsim, "--json", "watch"), stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
     wait_for(lambda: re.search(r"^client 91 ", kvsim.sessions(), re.M))
     kvsim.control("lift 7 1")   # pump 7 authorises itself
     time.sleep(1.5)

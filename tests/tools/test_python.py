@@ -6,7 +6,6 @@ import subprocess
 import sys
 from datetime import datetime, timezone
 from decimal import Decimal
-from pathlib import Path
 
 import pytest
 

@@ -1,34 +1,26 @@
 """kvsim with its web console on free loopback ports, and a POS session through the library."""
-import ctypes
 import http.client
 import json
-import os
-import re
-import subprocess
+import sys
 import threading
 import time
+from pathlib import Path
 
 import pytest
 
-KVSIM = os.environ.get("KVSIM", "build/x86_64/sim/kvsim")
-KVCLIENT_LIB = os.environ.get("KVCLIENT_LIB", "build/x86_64/lib/libkvclient.so")
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "python"))
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "common"))
+import kvclient  # noqa: E402
+import kvsim_run  # noqa: E402
+from kvsim_run import KVSIM, wait_for  # noqa: E402,F401
 
 
-class Kvsim:
+class Kvsim(kvsim_run.Kvsim):
+    """kvsim with its console on a free port."""
+
     def __init__(self, *args):
-        self.proc = subprocess.Popen([KVSIM, "--no-stdin", "--http", "0", *args], stdout=subprocess.PIPE,
-                                     stderr=subprocess.STDOUT, text=True)
-        deadline = time.time() + 10
-        self.ports = None
-        while time.time() < deadline and self.ports is None:
-            line = self.proc.stdout.readline()
-            if not line:
-                break
-            if line.startswith("KVSIM READY"):
-                self.ports = {k: int(v) for k, v in re.findall(r"(\w+)=(\d+)", line)}
-        assert self.ports and "http" in self.ports, "kvsim did not announce its http port"
-        self.output = []
-        threading.Thread(target=lambda: self.output.extend(self.proc.stdout), daemon=True).start()
+        super().__init__("--http", "0", *args)
+        assert "http" in self.ports, "kvsim did not announce its http port"
         self.url = "http://127.0.0.1:%d" % self.ports["http"]
 
     def request(self, method, path, body=None, timeout=5):
@@ -48,16 +40,6 @@ class Kvsim:
     def command(self, line):
         status, _, body = self.request("POST", "/api/command", line)
         return status, json.loads(body)
-
-    def stop(self):
-        """Stops kvsim as SIGTERM does, which must end it cleanly."""
-        self.proc.terminate()
-        try:
-            self.proc.wait(10)
-        except subprocess.TimeoutExpired:
-            self.proc.kill()
-            self.proc.wait()
-        assert self.proc.returncode == 0, "".join(self.output[-40:])
 
 
 class Stream:
@@ -89,7 +71,6 @@ class Stream:
                     kind, data = None, []
         except (OSError, AttributeError):
             pass   # closed under the reader
-            pass
 
     def wait_for(self, match, timeout=20):
         """The first event (kind, data) for which match is true, waiting up to timeout."""
@@ -115,30 +96,10 @@ class Stream:
         self.conn.close()
 
 
-class Pos:
-    """A POS client through the shared library's C API."""
-
-    def __init__(self, kvsim, client_id, client_type=1):
-        self.lib = ctypes.CDLL(KVCLIENT_LIB)
-        self.lib.ClientLogonEx.argtypes = [ctypes.c_long, ctypes.c_short, ctypes.c_char_p, ctypes.c_ushort,
-                                           ctypes.c_ushort, ctypes.c_long, ctypes.c_void_p, ctypes.c_void_p,
-                                           ctypes.c_uint]
-        self.lib.LoadPreset.argtypes = [ctypes.c_long, ctypes.c_short, ctypes.c_double, ctypes.c_short,
-                                        ctypes.c_short]
-        r = self.lib.ClientLogonEx(client_id, client_type, b"127.0.0.1", kvsim.ports["call"],
-                                   kvsim.ports["events"], 3000, None, None, 0)
-        assert r == 0, "ClientLogonEx: %d" % r
-
-    def pump_id(self, number):
-        pid = ctypes.c_long(-1)
-        assert self.lib.GetPumpByNumber(number, ctypes.byref(pid)) == 0
-        return pid.value
-
-    def preset_money(self, pump, amount):
-        assert self.lib.LoadPreset(self.pump_id(pump), 1, amount, 0, 0) == 0
-
-    def logoff(self):
-        self.lib.ClientLogoff()
+def pos(kvsim, client_id, client_type=3):
+    """A POS client through the Python package (calls and events by default)."""
+    return kvclient.Session("127.0.0.1", kvsim.ports["call"], kvsim.ports["events"], client_id=client_id,
+                            client_type=client_type)
 
 
 @pytest.fixture

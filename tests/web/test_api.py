@@ -6,7 +6,7 @@ import time
 
 import pytest
 
-from conftest import KVSIM, Pos, Stream
+from conftest import KVSIM, Stream, pos
 
 
 def test_state_schema_and_commands_change_it(kvsim):
@@ -34,7 +34,7 @@ def test_state_schema_and_commands_change_it(kvsim):
 
 
 def test_a_sale_streams_in_order(kvsim):
-    pos = Pos(kvsim, 9, client_type=3)   # calls and events: it is told of the sale
+    client = pos(kvsim, 9)   # calls and events: it is told of the sale
     stream = Stream(kvsim.ports["http"])
     first = stream.wait_for(lambda k, d: k == "state")[1]
     assert [p["number"] for p in first["pumps"]] == list(range(1, 9))
@@ -62,7 +62,7 @@ def test_a_sale_streams_in_order(kvsim):
     d = kvsim.state()["pumps"][6]["deliveries"][0]
     assert (d["id"], d["volume"], d["money"], d["state"]) == (done["delivery"], done["volume"], done["money"], 2)
     stream.close()
-    pos.logoff()
+    client.close()
 
 
 def test_a_late_reader_resumes_or_is_told_what_it_missed(kvsim):

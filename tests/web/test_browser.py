@@ -2,7 +2,6 @@
 import base64
 import os
 import shutil
-import time
 
 import pytest
 from selenium import webdriver
@@ -10,7 +9,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
-from conftest import Pos
+from conftest import pos, wait_for
 
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
          "--disable-background-networking", "--disable-component-update", "--disable-sync",
@@ -30,13 +29,7 @@ def browser(tmp_path):
 
 
 def until(what, check, timeout=20):
-    deadline = time.time() + timeout
-    while time.time() < deadline:
-        value = check()
-        if value:
-            return value
-        time.sleep(0.05)
-    raise AssertionError("timed out waiting for " + what)
+    return wait_for(check, timeout, 0.05, "waiting for " + what)
 
 
 @pytest.mark.kvsim_args("--flow", "1.2")
@@ -54,8 +47,8 @@ def test_preset_sale_from_the_page(kvsim, browser):
     volume0, height0 = gauge()
     assert height0 > 0
 
-    pos = Pos(kvsim, 7, client_type=3)   # calls and events
-    pos.preset_money(1, 6.0)
+    client = pos(kvsim, 7)
+    client.pump(1).preset(money=6)
     until("pump 1 authorised", lambda: card.get_attribute("data-state") == "3")
     assert "preset money 6.00" in field("auth")
     until("the POS client listed", lambda: "7" in [r.get_attribute("data-client") for r in
@@ -120,4 +113,4 @@ def test_preset_sale_from_the_page(kvsim, browser):
         until(line, lambda: css("#reply").text.startswith(line))
         assert effect(kvsim.state()), (line, css("#reply").text)
         assert (css("#reply").get_attribute("class") == "error") == (" \u2192 error" in css("#reply").text)
-    pos.logoff()
+    client.close()
