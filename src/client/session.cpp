@@ -324,6 +324,9 @@ long CKVCLProcess::Reconnect()
         return NO_SESSION_RESULT;
     }
 
+    // The server that took the session back is up again: a SHUTDOWN from before no longer
+    // stands, or the next management message would log the session off.
+    SetRunning(true);
     _connected = true;
     ConnectSockets();
     BindProxies(_callSocket);

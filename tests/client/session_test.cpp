@@ -408,3 +408,47 @@ TEST_F(CKVCLProcessHostileServer, ProcessEventsServesAllThatWaitsPastARefusedCal
     EXPECT_EQ(EventCount(s), 300);
     EXPECT_NE(dir.ClientLog(9).find("Call 18 on Interface 2 for Object -1 failed with result -4"), std::string::npos);
 }
+
+// A SHUTDOWN, then a reconnect to the server that came back: the session goes on serving
+// management messages without losing calls or being logged off.
+TEST_F(CKVCLProcessHostileServer, ASessionResumedAfterAShutdownKeepsWorking) {
+    for (bool test : {false, true}) {
+        SCOPED_TRACE(test ? "on the events socket, resumed by TestConnection" : "under a call, resumed by it");
+        const long id = test ? 11 : 10;
+        Session s(server, id, 3);
+        ASSERT_EQ(s.result, 0);
+        server.Clear();
+        long n = 0;
+        if (test) {
+            server.RunOnServer([&](CFakeServer& f) {
+                f.EventsSocketOf(id)->ManagementFtn(MFTN_SHUTDOWN, 0, 0);
+                f.EventsSocketOf(id)->Close();
+            });
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            EXPECT_EQ(TestConnectionMT(s), 0);
+            EXPECT_EQ(TestConnectionMT(s), 0);
+        } else {
+            std::atomic<int> counts{0};
+            server.On(IF_PUMP, 5, [&](const FakeCall&, FakeReply& r) {
+                if (++counts == 1) server.CallSocketOf(id)->ManagementFtn(MFTN_SHUTDOWN, 0, 0);
+                r.Long(0, 3);
+            });
+            EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(0, 3L));
+        }
+        ASSERT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 1u);
+
+        // A PING just before a reply, then one waiting for the management check.
+        server.On(IF_PUMP, 5, [&](const FakeCall&, FakeReply& r) {
+            server.CallSocketOf(id)->ManagementFtn(MFTN_PING, 0, 0);
+            r.Long(0, 5);
+        });
+        EXPECT_EQ(Got(GetPumpsCountMT(s, &n), n), std::make_tuple(0, 5L));
+        EXPECT_EQ(server.CallsTo(IF_CLIENT, 36).size(), 1u);   // no reconnect since
+        server.RunOnServer([&](CFakeServer& f) { f.CallSocketOf(id)->ManagementFtn(MFTN_PING, 0, 0); });
+        ASSERT_TRUE(Arrived(s, sizeof(TIMsgHeader)));
+        EXPECT_EQ(CheckForManagementFtnMT(&s.s), 0);
+        ASSERT_NE(s.s, nullptr);
+        EXPECT_EQ(TestConnectionMT(s), 0);
+        EXPECT_TRUE(s.s->GoodConnection());
+    }
+}
