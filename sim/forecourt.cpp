@@ -874,6 +874,15 @@ CPumpView CForecourt::View(CSimPump& p)
             h = Hose(d->hoseId);
         }
     }
+    // A sale still to be paid is what a POS looks for on an idle pump: name it and its delivery.
+    if (v.unpaid && !v.deliveryId)
+        for (CSimDelivery* d : unpaid)
+            if (d->state != DS_RUNNING) {
+                v.deliveryId = d->ID();
+                break;
+            }
+    if (v.unpaid && v.state == PS_IDLE)
+        v.stateText = "Idle, unpaid";
     if (h) {
         v.hoseId = h->ID();
         v.gradeId = h->gradeId;

@@ -38,6 +38,7 @@ const char kUsage[] =
     "  --flow L              litres per second of every pump (default: the INI's Flow)\n"
     "  --speed F             simulated seconds per wall second (default 1)\n"
     "  --auto                simulated customers arrive at the pumps\n"
+    "  --legacy-events       send older pump events (mask 8) and hose totals in their short forms\n"
     "  --seed N              seed of the simulated customers\n"
     "  --workdir DIR         logs and the working copy of the INI (default: a new temporary one)\n"
     "  --keep                keep the temporary working directory at exit\n"
@@ -151,6 +152,8 @@ int main(int argc, char** argv)
             ++i;
         } else if (a == "--auto") {
             s.autoCustomers = true;
+        } else if (a == "--legacy-events") {
+            s.legacyEvents = true;
         } else if (a == "--keep") {
             keep = true;
         } else if (a == "--no-stdin") {

@@ -154,6 +154,8 @@ long CSimServer::Deliver(CSimClient& c, const CSimEvent& e)
                         v.paymentText, v.cardNumber, v.lockOwner, v.deliveryState, v.attendantName,
                         v.extTransaction, Cur(v.presetValue), Cur(v.authorisedAmount));
         };
+        if ((c.mask & EV_OLD_PUMP) && _settings.legacyEvents)
+            return send([&](auto&&... a) { return ev.ShortPumpEvent(a...); });
         if (c.mask & EV_OLD_PUMP)
             return send([&](auto&&... a) { return ev.OldPumpEvent(a...); });
         return send([&](auto&&... a) { return ev.PumpEvent(a...); });
@@ -276,10 +278,15 @@ long CSimServer::Deliver(CSimClient& c, const CSimEvent& e)
         CSimPump* p = fc.Pump(h->pumpId);
         CSimGrade* g = fc.Grade(h->gradeId);
         CSimTank* t = fc.Tank(h->tankId);
-        return db.ProcessHoseETotals(h->ID(), Cur(h->volumeTotal), Cur(h->moneyTotal), Cur(h->prevVolumeTotal),
-                                     Cur(h->prevMoneyTotal), h->pumpId, p ? p->GetNumber() : -1L, h->pumpHoseNumber,
-                                     h->gradeId, g ? g->Name() : CStr(""), g ? g->GetNumber() : -1L, h->tankId,
-                                     t ? t->Name() : CStr(""), t ? t->GetNumber() : -1L, h->Name());
+        auto send = [&](auto&& call) {
+            return call(h->ID(), Cur(h->volumeTotal), Cur(h->moneyTotal), Cur(h->prevVolumeTotal),
+                        Cur(h->prevMoneyTotal), h->pumpId, p ? p->GetNumber() : -1L, h->pumpHoseNumber, h->gradeId,
+                        g ? g->Name() : CStr(""), g ? g->GetNumber() : -1L, h->tankId, t ? t->Name() : CStr(""),
+                        t ? t->GetNumber() : -1L, h->Name());
+        };
+        if (_settings.legacyEvents)
+            return send([&](auto&&... a) { return db.ShortHoseETotals(a...); });
+        return send([&](auto&&... a) { return db.ProcessHoseETotals(a...); });
     }
     case TSimEvent::DBTrigger:
         return db.DBTrigger(e.a, e.b);

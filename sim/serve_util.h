@@ -65,6 +65,20 @@ inline long LogRaw(CInterface& i, const char* device, long number, short code, s
 
 }  // namespace sim
 
+// Rows whose ids the common Count and GetIDByOrdinal answer before any table is looked at
+// (the delivery list's 5 and 8 count every object, as those do) get no served case: serve
+// such a table through a row macro that passes KV_SIM_SERVE_CASE instead of its own.
+#define KV_SIM_COMMON_AllCount ~, 1
+#define KV_SIM_COMMON_GetAllIDByOrdinal ~, 1
+#define KV_SIM_SECOND(a, b, ...) b
+#define KV_SIM_SECOND_OF(...) KV_SIM_SECOND(__VA_ARGS__)
+#define KV_SIM_CAT(a, b) KV_SIM_CAT_(a, b)
+#define KV_SIM_CAT_(a, b) a##b
+#define KV_SIM_CASE_0(...) KV_SERVE_CASE(__VA_ARGS__)
+#define KV_SIM_CASE_1(...)
+#define KV_SIM_SERVE_CASE(Name, ...) \
+    KV_SIM_CAT(KV_SIM_CASE_, KV_SIM_SECOND_OF(KV_SIM_COMMON_##Name, 0, ~))(Name, __VA_ARGS__)
+
 // The constructor and ProcessCall of a served interface: the table's rows, else -4. Both
 // live in one file so that the interface's templates are made there alone.
 #define KV_SIM_PROCESS_CALL(Class, Object, TABLE, Module)                                   \

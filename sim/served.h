@@ -192,8 +192,6 @@ class CDeliveriesIf : public CSimIface<CSimDelivery, IF_DELIVERY> {
 public:
     KV_SIM_IFACE(CDeliveriesIf, CSimDelivery)
 
-    long AllCount(long* count);
-    long GetAllIDByOrdinal(long ordinal, long* id);
     KV_SIM_GET(Get, DeliveryRecord)
     // Set and SetEx correct a finished delivery's record.
     template <class... V> long Set(long id, const V&... v);

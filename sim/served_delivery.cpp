@@ -7,7 +7,8 @@
 
 namespace sim {
 
-KV_SIM_PROCESS_CALL(CDeliveriesIf, CSimDelivery, KV_IDELIVERY_TABLE, "IDelivery")
+#define KV_IDELIVERY_SERVED(X) KV_IDELIVERY_TABLE(KV_SIM_SERVE_CASE)
+KV_SIM_PROCESS_CALL(CDeliveriesIf, CSimDelivery, KV_IDELIVERY_SERVED, "IDelivery")
 
 namespace {
 
@@ -41,14 +42,6 @@ CSimDelivery* CDeliveriesIf::Nth(TList list, long ordinal, long* count)
     Put(count, n);
     return found;
 }
-
-long CDeliveriesIf::AllCount(long* count)
-{
-    Put(count, GetCount());
-    return SR_OK;
-}
-
-long CDeliveriesIf::GetAllIDByOrdinal(long ordinal, long* id) { return Found(FindObjByOrdinal(ordinal), id); }
 
 long CDeliveriesIf::Count(long* count)
 {

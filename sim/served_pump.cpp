@@ -160,12 +160,17 @@ long CPumpsIf::UpdateState(CSimPump* p, short state, short hose, const CCur& vol
 {
     if (!p)
         return kNoObject;
-    (void)state;   // the simulator keeps its own state machine; the figures are shown
+    if (state < PS_IDLE || state > PS_ERROR || hose < 0 || hose > _fc.HoseCount(*p))
+        return SR_BAD_VALUE;
     p->shownVolume = volume.Value();
     p->shownMoney = money.Value();
     p->shownPrice = price.Value();
-    if (!p->runningId && hose >= 0 && hose <= _fc.HoseCount(*p))
-        p->nozzle = hose;
+    // The driver knows the nozzle and the end of its own delivery; the states the server owns
+    // stay its own. Finished needs a lifted nozzle, so no report can strand the pump there.
+    if (!p->runningId) {
+        p->nozzle = state == PS_IDLE ? 0 : hose;
+        p->finished = state == PS_FINISHED && p->nozzle;
+    }
     _fc.Notify(*p);
     return SR_OK;
 }

@@ -37,6 +37,7 @@ struct CSimSettings {
     long flowMls = -1;               // flow in ml/s
     double speed = 1.0;              // simulated seconds per wall second
     bool autoCustomers = false;
+    bool legacyEvents = false;       // send the short forms of pump events (13) and hose totals (DB 17)
     unsigned seed = 1;
     std::string version;
 };

@@ -405,3 +405,33 @@ TEST(ExternalStartDelivery, RespectsReservationsLocksShowAndPinsStayPrivate)
     EXPECT_EQ(0, GetNextDBAttendantLogonEventMT(db, &attendant, &value));
     EXPECT_EQ(std::make_pair(attendant, value), std::make_pair(602L, 2L));
 }
+
+// With --legacy-events the older pump event and the hose totals go in their short forms, and
+// the library reads their missing tails as -1.
+TEST(LegacyEvents, ShortFormsReachThePosWithTheirTailsMissing)
+{
+    for (const bool legacy : {false, true}) {
+        CSimSettings settings = Fast();
+        settings.legacyEvents = legacy;
+        Site site(settings);
+        Session pos(site.sim, 92, 7);   // calls, events and database calls
+        ASSERT_EQ(0, pos.result);
+        ASSERT_EQ(0, SetClientTypeMT(pos, EV_PUMP | EV_OLD_PUMP));
+        Drain(pos);
+        SaleAtPump7(site, pos);
+        long lockOwner = 0, pumpId = 0;
+        ASSERT_TRUE(pos.WaitFor(1));
+        EXPECT_EQ(0, GetNextPumpEventEx2MT(pos, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr, &lockOwner, nullptr, nullptr,
+                                           nullptr));
+        ASSERT_TRUE(pos.WaitFor(9));
+        EXPECT_EQ(0, GetNextDBHoseETotalsEventExMT(pos, nullptr, nullptr, nullptr, nullptr, nullptr, &pumpId, nullptr,
+                                                   nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                                   nullptr));
+        EXPECT_EQ(legacy ? std::make_tuple(-1L, -1L) : std::make_tuple(0L, 107L), std::make_tuple(lockOwner, pumpId))
+            << legacy;
+    }
+}

@@ -52,8 +52,11 @@ TEST(PrepayAuthorise, WholePrepaySaleEndsWithItsRefund)
 
     // The prepay's client settles it; the refund is its to pay out.
     EXPECT_EQ(0, LockAndClearDeliveryMT(pos, st.delivery, CLEAR_CASH));
-    long current = -1;
+    long current = -1, all = -1, id = -1;
     EXPECT_EQ(Got(GetDeliveriesCountMT(other, &current), current), std::make_tuple(0L, 0L));
+    // The list of every delivery object keeps the cleared one.
+    EXPECT_EQ(Got(GetAllDeliveriesCountMT(other, &all), all), std::make_tuple(0L, 1L));
+    EXPECT_EQ(Got(GetAllDeliveryByOrdinalMT(other, 1, &id), id), std::make_tuple(0L, st.delivery));
 }
 
 TEST(LoadPreset, WholePresetSaleWithItsEventsAndDatabaseRecords)

@@ -54,6 +54,28 @@ TEST(CForecourtPump, StateMachineFromLiftOrFromAuthorisation)
     CSimPump& self = m.Pump(7);
     EXPECT_EQ(SR_OK, m.fc.Lift(self, 2));
     EXPECT_EQ(PS_DELIVERING, m.fc.StateOf(self));
+
+    // A driver's reports move the nozzle and the end of a delivery, each with a pump event; a
+    // hung nozzle never stays finished, and a running delivery keeps its state.
+    CSimPump& drv = m.Pump(3);
+    EXPECT_EQ(SR_OK, m.Pumps().LoadPreset(&drv, PRESET_VOLUME, Money(0.6), 0, 0));
+    EXPECT_EQ(SR_OK, m.fc.Lift(drv, 1));
+    m.fc.Advance(2000);
+    const struct { short state, hose, want; long result; } reports[] = {
+        {PS_IDLE, 0, PS_IDLE, SR_OK},         {PS_CALLING, 2, PS_CALLING, SR_OK},
+        {PS_FINISHED, 2, PS_FINISHED, SR_OK}, {PS_FINISHED, 0, PS_IDLE, SR_OK},
+        {PS_CALLING, 5, PS_IDLE, SR_BAD_VALUE}, {11, 1, PS_IDLE, SR_BAD_VALUE},
+    };
+    for (const auto& r : reports) {
+        const long before = m.sink.Count(TSimEvent::Pump);
+        EXPECT_EQ(r.result, m.Pumps().UpdateState(&drv, r.state, r.hose, Money(1), Money(2), Money(3))) << r.state;
+        EXPECT_EQ(r.want, m.fc.StateOf(drv)) << r.state << " " << r.hose;
+        EXPECT_EQ(before + (r.result == SR_OK), m.sink.Count(TSimEvent::Pump));
+    }
+    EXPECT_EQ(SR_OK, m.Pumps().Authorise(&drv));
+    EXPECT_EQ(SR_OK, m.fc.Lift(drv, 1));
+    EXPECT_EQ(SR_OK, m.Pumps().UpdateState(&drv, PS_IDLE, 0, Money(0), Money(0), Money(0)));
+    EXPECT_EQ(std::make_tuple(PS_DELIVERING, short{1}), std::make_tuple(m.fc.StateOf(drv), drv.nozzle));
 }
 
 TEST(CForecourtPump, AmountsFollowThePriceLevelAndPresetsStopExactly)
@@ -187,6 +209,20 @@ TEST(CForecourtPump, AttendantTagAndStackRules)
     EXPECT_EQ(SR_NOT_FOUND, m.Pumps().GetDeliveryProperties(&p, 1, &id, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                              nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                                                              nullptr, nullptr, nullptr, nullptr, nullptr));
+
+    // An idle pump shows its unpaid sale, also behind a newer sale that was paid.
+    EXPECT_EQ(SR_OK, m.fc.Lift(p, 1));
+    m.fc.Advance(500);
+    EXPECT_EQ(SR_OK, m.fc.Hang(p));
+    EXPECT_EQ(SR_OK, m.fc.Clear(m.Last(p), 11, CLEAR_CASH, false));
+    for (const long shown : {unpaid[0]->ID(), 0L}) {
+        const CPumpView v = m.fc.View(p);
+        EXPECT_EQ(std::make_tuple(PS_IDLE, shown, short{shown != 0}, 0),
+                  std::make_tuple(v.state, v.deliveryId, v.unpaid, v.stateText.Compare(shown ? "Idle, unpaid" : "Idle")));
+        if (shown) {
+            EXPECT_EQ(SR_OK, m.fc.Clear(*unpaid[0], 11, CLEAR_CASH, false));
+        }
+    }
 }
 
 TEST(CForecourtDelivery, LocksBelongToOneClient)
@@ -241,7 +277,7 @@ TEST(CForecourtDelivery, ListsFollowClearingAndAcknowledgements)
         return n;
     };
     EXPECT_EQ(std::make_tuple(4, 4, 3),   // the running one is not loggable yet
-              std::make_tuple(count(&CDeliveriesIf::AllCount), count(&CDeliveriesIf::Count),
+              std::make_tuple(long{del.GetCount()}, count(&CDeliveriesIf::Count),
                               count(&CDeliveriesIf::CountNotLogged)));
     EXPECT_EQ(SR_OK, del.Clear(&b, 11, CLEAR_CASH));
     EXPECT_EQ(SR_OK, del.AckDBLog(&a));
