@@ -9,6 +9,8 @@
 // session and `r` the call's result; the conversion helpers below take `r` so that outputs
 // are written after the call with the rules of the boundary.
 #pragma once
+#include <pthread.h>
+
 #include <cstring>
 #include "kvclient.h"
 #include "client/session.h"
@@ -20,16 +22,18 @@ extern CKVCLProcess* pGCLProcess;
 extern CStr* pLogPath;        // set by SetLogPath, kept across sessions
 void InitialiseCS();
 void DestroyCS();
-void EnterCS();
-void LeaveCS();
+pthread_mutex_t* EnterCS();
+void LeaveCS(pthread_mutex_t* m);
 
 namespace kvapi {
 
 struct CSLock {
-    CSLock() { EnterCS(); }
-    ~CSLock() { LeaveCS(); }
+    CSLock() : _m(EnterCS()) {}
+    ~CSLock() { LeaveCS(_m); }
     CSLock(const CSLock&) = delete;
     CSLock& operator=(const CSLock&) = delete;
+private:
+    pthread_mutex_t* _m;
 };
 
 // Admission checks, in this order: no session 8, (the call socket's management check,)

@@ -2,17 +2,19 @@
 // path, string copying out, and the functions that need no session.
 #include <pthread.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
 #include "api/frame.h"
 
 CKVCLProcess* pGCLProcess = nullptr;
-pthread_mutex_t* _pCriticalSection = nullptr;
+std::atomic<pthread_mutex_t*> _pCriticalSection{nullptr};
 CStr* pLogPath = nullptr;
 
 namespace {
 
+pthread_mutex_t gCreateCS = PTHREAD_MUTEX_INITIALIZER;
 constexpr const char* kDllVersion = "Client Version 2,5,6,0";
 constexpr const char kNoText[] = "";
 
@@ -25,38 +27,47 @@ void StoreLogPath(const char* path)
 }  // namespace
 
 // The lock exists only once ClientLogonEx or DllMain(..., 1, ...) has created it; until
-// then every exported function runs without mutual exclusion.
+// then every exported function runs without mutual exclusion. First logons on several threads
+// at once must still make one lock: its creation and removal are serialised, and the pointer
+// is read atomically.
 void InitialiseCS()
 {
-    if (_pCriticalSection)
+    if (_pCriticalSection.load(std::memory_order_acquire))
         return;
-    auto* m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)));
-    if (!m)
-        return;
-    std::memset(m, 0, sizeof *m);
-    pthread_mutex_init(m, nullptr);
-    _pCriticalSection = m;
+    pthread_mutex_lock(&gCreateCS);
+    if (!_pCriticalSection.load(std::memory_order_relaxed)) {
+        if (auto* m = static_cast<pthread_mutex_t*>(std::malloc(sizeof(pthread_mutex_t)))) {
+            std::memset(m, 0, sizeof *m);
+            pthread_mutex_init(m, nullptr);
+            _pCriticalSection.store(m, std::memory_order_release);
+        }
+    }
+    pthread_mutex_unlock(&gCreateCS);
 }
 
 void DestroyCS()
 {
-    if (!_pCriticalSection)
-        return;
-    pthread_mutex_destroy(_pCriticalSection);
-    std::free(_pCriticalSection);
-    _pCriticalSection = nullptr;
+    pthread_mutex_lock(&gCreateCS);
+    if (pthread_mutex_t* m = _pCriticalSection.exchange(nullptr)) {
+        pthread_mutex_destroy(m);
+        std::free(m);
+    }
+    pthread_mutex_unlock(&gCreateCS);
 }
 
-void EnterCS()
+pthread_mutex_t* EnterCS()
 {
-    if (_pCriticalSection)
-        pthread_mutex_lock(_pCriticalSection);
+    pthread_mutex_t* m = _pCriticalSection.load(std::memory_order_acquire);
+    if (m)
+        pthread_mutex_lock(m);
+    return m;
 }
 
-void LeaveCS()
+// Unlocks what EnterCS locked: the lock may have been created in between.
+void LeaveCS(pthread_mutex_t* m)
 {
-    if (_pCriticalSection)
-        pthread_mutex_unlock(_pCriticalSection);
+    if (m)
+        pthread_mutex_unlock(m);
 }
 
 namespace kvapi {

@@ -82,7 +82,7 @@ TEST(KvClientExports, HeaderNamesTheSessionFormsThatLock) {
         named.insert(i->str());
 
     DllMain(nullptr, 1, nullptr);
-    EnterCS();
+    pthread_mutex_t* held = EnterCS();
     CKVCLProcess* none = nullptr;
     const std::pair<const char*, std::function<long()>> forms[] = {
         {"ClientLogonMT", [&] { return ClientLogonMT(nullptr, 1, 1, nullptr, nullptr, 0); }},
@@ -96,12 +96,12 @@ TEST(KvClientExports, HeaderNamesTheSessionFormsThatLock) {
         auto done = std::async(std::launch::async, call);
         if (done.wait_for(std::chrono::seconds(1)) == std::future_status::timeout) {
             waited.insert(name);
-            LeaveCS();
+            LeaveCS(held);
             done.wait();
-            EnterCS();
+            held = EnterCS();
         }
     }
-    LeaveCS();
+    LeaveCS(held);
     DllMain(nullptr, 2, nullptr);
     EXPECT_EQ(named, waited);
 }

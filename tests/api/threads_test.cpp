@@ -9,9 +9,31 @@
 #include <thread>
 #include <vector>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include "common/fake_server.h"
 
 using namespace kvtest;
+
+namespace {
+
+// A loopback port that nothing listens on: connections to it are refused at once.
+unsigned short UnusedPort()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof a;
+    bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
+    getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
+    close(fd);
+    return ntohs(a.sin_port);
+}
+
+}  // namespace
 
 TEST(ClientLogonExLock, ConcurrentCallsEachGetTheirOwnReply) {
     CClientDir dir;
@@ -54,5 +76,31 @@ TEST(ClientLogonExLock, ConcurrentCallsEachGetTheirOwnReply) {
     for (std::thread& th : threads) th.join();
     EXPECT_EQ(wrong.load(), 0);
     EXPECT_EQ(ClientLogoff(), 0);
+    DllMain(nullptr, 2, nullptr);
+}
+
+// First logons on several threads at once create one lock between them. Were each to make
+// its own, a thread would wait on a lock that the others no longer release (and
+// ThreadSanitizer sees the unguarded pointer).
+TEST(ClientLogonExLock, FirstLogonsOnManyThreadsMakeOneLock) {
+    CClientDir dir;
+    const unsigned short nobody = UnusedPort();   // the logons fail fast, -19, under the lock
+    constexpr int kThreads = 6;
+    for (int round = 0; round < 4; ++round) {
+        DllMain(nullptr, 2, nullptr);
+        std::atomic<int> ready{0};
+        std::vector<long> results(kThreads, 0);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < kThreads; ++t)
+            threads.emplace_back([&, t] {
+                CKVCLProcess* s = nullptr;
+                for (++ready; ready < kThreads;) {}
+                results[t] = ClientLogonExMT(&s, 60 + t, 3, "127.0.0.1", nobody, nobody, 500, nullptr, nullptr, 0);
+                long count = 0;
+                if (GetPumpsCount(&count) != 8) results[t] = 1;   // locks and unlocks again
+            });
+        for (std::thread& th : threads) th.join();
+        ASSERT_EQ(std::vector<long>(kThreads, -19), results) << "round " << round;
+    }
     DllMain(nullptr, 2, nullptr);
 }
